@@ -1,0 +1,122 @@
+// The interface behind CXoObjStore. The embedded SQLite store implements it;
+// tests wrap it to make any chosen call fail.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "XoObjClasses.h"
+#include "XoObjDict.h"
+#include "XoObjStore.h"
+
+namespace xo::store {
+
+// What the store knows of an administrator before a session exists.
+struct AdminCredentials {
+  CXoObjId oid;
+  std::string name;
+  std::string passwordHash;
+  bool directoryBound = false;
+  CXoObjId userDirectory;
+  CXoObjId scheme;
+  int32_t flags = 0;
+};
+
+// What IsAllowed needs to decide: the session administrator's flags and
+// whether the scope is a domain whose administrator list names it.
+struct AdminRights {
+  int32_t flags = 0;
+  bool listedInScope = false;
+};
+
+struct AuditEntry {
+  int64_t sequence = 0;
+  int64_t time = 0;
+  std::string admin;
+  std::string operation;
+  int32_t objectClass = 0;
+  std::string oid;
+  std::string name;
+};
+
+struct StoreInfo {
+  std::string backend;
+  std::string location;
+  int32_t schemaVersion = 0;
+  std::vector<std::pair<std::string, int64_t>> objectCounts;  // class name, count
+};
+
+class IStoreBackend {
+ public:
+  virtual ~IStoreBackend();
+
+  // Sessions. Lookups by name need no session; everything else runs on the
+  // connection of a begun session.
+  virtual int32_t LookupAdmin(const std::string& name, AdminCredentials& out) = 0;
+  virtual int32_t BeginSession(const AdminCredentials& admin, const std::string& sessionId) = 0;
+  virtual int32_t EndSession(const std::string& sessionId) = 0;
+  virtual int32_t ReadRights(const std::string& sessionId, const CXoObjId& scope,
+                             AdminRights& out) = 0;
+
+  // Objects.
+  virtual int32_t Fetch(CXoObjBase& object, uint32_t prop, const XoPropValue* value,
+                        const std::string& sessionId) = 0;
+  virtual int32_t Save(CXoObjBase& object, bool overwrite, const std::string& sessionId) = 0;
+  virtual int32_t Search(const CXoObjBase& templ, CXoObjIdArray& hits, uint32_t prop,
+                         const XoPropValue& value, const std::string& sessionId) = 0;
+  virtual int32_t SearchMultiple(const CXoObjBase& templ, CXoObjIdArray& hits,
+                                 const XoObjSearchFilterList& filters,
+                                 const std::string& sessionId) = 0;
+  virtual int32_t Delete(const CXoObjId& id, const std::string& sessionId) = 0;
+  virtual int32_t InvalidateCache(const CXoObjId& id, const CXoObjId& scope, bool flag,
+                                  const std::string& sessionId) = 0;
+  virtual int32_t FetchProperty(CXoObjBase& object, uint32_t prop, XoPropValue& out,
+                                const std::string& sessionId) = 0;
+  virtual int32_t SaveProperty(const CXoObjId& id, uint32_t prop, const XoPropValue& value,
+                               const std::string& sessionId) = 0;
+
+  // A transaction spanning several operations of one session.
+  virtual int32_t BeginTransaction(const std::string& sessionId) = 0;
+  virtual int32_t CommitTransaction(const std::string& sessionId) = 0;
+  virtual int32_t RollbackTransaction(const std::string& sessionId) = 0;
+
+  // The store's own records.
+  virtual int32_t ReadSetting(const std::string& key, std::string& value) = 0;
+  virtual int32_t ReadAudit(int64_t sinceTime, std::vector<AuditEntry>& out) = 0;
+  virtual int32_t ReadInfo(StoreInfo& out) = 0;
+};
+
+// Where the store lives: "sqlite:PATH", a bare path, or the default file.
+struct StoreLocation {
+  std::string backend;  // "sqlite"
+  std::string path;
+};
+// Reads XO_POLICY_STORE (or the given URI when not empty).
+StoreLocation ResolveLocation(const std::string& uri = "");
+
+// Creates a new store with its seeded objects and first administrator. Fails
+// (kExists) when a store is already there.
+struct NewStoreOptions {
+  std::string adminName;
+  std::string adminPassword;
+  // Password-hashing cost for this store: "interactive" (default),
+  // "moderate" or "minimum" (fast, for tests and benchmarks only).
+  std::string hashCost = "interactive";
+};
+int32_t CreateStore(const StoreLocation& where, const NewStoreOptions& options,
+                    std::string& message);
+
+// The backend that the open store uses (null when no store is open).
+IStoreBackend* CurrentBackend();
+
+// Lets a test wrap the backend: the wrapper is applied to every backend that
+// Init opens from now on, and to the one open now. Pass an empty function to
+// stop wrapping new backends.
+using BackendWrapper =
+    std::function<std::unique_ptr<IStoreBackend>(std::unique_ptr<IStoreBackend>)>;
+void SetBackendWrapper(BackendWrapper wrapper);
+
+}  // namespace xo::store

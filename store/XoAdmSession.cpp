@@ -1,0 +1,150 @@
+#include "XoAdmSession.h"
+
+#include <sodium.h>
+
+#include <stdexcept>
+
+#include "StoreBackend.h"
+#include "XoStoreCodes.h"
+#include "platform/Random.h"
+
+namespace xo::store {
+namespace {
+
+void RequireSodium() {
+  if (sodium_init() < 0) throw std::runtime_error("libsodium failed to initialise");
+}
+
+void CostLimits(const std::string& cost, unsigned long long& ops, size_t& mem) {
+  if (cost == "minimum") {
+    ops = crypto_pwhash_OPSLIMIT_MIN;
+    mem = crypto_pwhash_MEMLIMIT_MIN;
+  } else if (cost == "moderate") {
+    ops = crypto_pwhash_OPSLIMIT_MODERATE;
+    mem = crypto_pwhash_MEMLIMIT_MODERATE;
+  } else {
+    ops = crypto_pwhash_OPSLIMIT_INTERACTIVE;
+    mem = crypto_pwhash_MEMLIMIT_INTERACTIVE;
+  }
+}
+
+// A hash of a password nobody has, checked against when the administrator is
+// unknown so that the answer takes as long as for a known one.
+const std::string& DecoyHash(const std::string& cost) {
+  static const std::string interactive = HashPassword(platform::RandomHex(16), "interactive");
+  static const std::string minimum = HashPassword(platform::RandomHex(16), "minimum");
+  return cost == "minimum" ? minimum : interactive;
+}
+
+}  // namespace
+
+std::string HashPassword(const std::string& password, const std::string& cost) {
+  RequireSodium();
+  unsigned long long ops = 0;
+  size_t mem = 0;
+  CostLimits(cost, ops, mem);
+  char hash[crypto_pwhash_STRBYTES];
+  if (crypto_pwhash_str_alg(hash, password.data(), password.size(), ops, mem,
+                            crypto_pwhash_ALG_ARGON2ID13) != 0) {
+    throw std::bad_alloc();
+  }
+  return hash;
+}
+
+bool IsPasswordHash(const std::string& text) { return text.rfind("$argon2id$", 0) == 0; }
+
+bool VerifyPassword(const std::string& hash, const std::string& password) {
+  RequireSodium();
+  if (!IsPasswordHash(hash)) return false;
+  return crypto_pwhash_str_verify(hash.c_str(), password.data(), password.size()) == 0;
+}
+
+}  // namespace xo::store
+
+using namespace xo::store;
+
+CXoAuthAdminUser::~CXoAuthAdminUser() = default;
+
+bool CXoAuthAdminUser::IsAllowed(int32_t right, int32_t arg, const CXoObjId& scope) const {
+  IStoreBackend* backend = CurrentBackend();
+  if (!backend || sessionId_.empty()) return false;
+  AdminRights rights;
+  if (Failed(backend->ReadRights(sessionId_, scope, rights))) return false;
+  if (rights.flags & XO_ADMFLAG_SYSTEM) return right == XO_RIGHT_MANAGE || right == XO_RIGHT_COMMAND;
+  switch (right) {
+    case XO_RIGHT_MANAGE:
+      return (rights.flags & XO_ADMFLAG_DOMAIN) && scope.GetOidClass() == XoObjId_Domain &&
+             rights.listedInScope;
+    case XO_RIGHT_COMMAND:
+      return (rights.flags & XoAdmCommandFlag(arg)) != 0;
+    default:
+      return false;
+  }
+}
+
+CXoAdmSession::CXoAdmSession(const std::string& user, const std::string& password,
+                             const std::string& remoteHost, const std::string& remoteUser,
+                             const std::string& remoteAddr, bool interactive)
+    : user_(user),
+      password_(password),
+      remoteHost_(remoteHost),
+      remoteUser_(remoteUser),
+      remoteAddr_(remoteAddr),
+      interactive_(interactive) {}
+
+CXoAdmSession::~CXoAdmSession() {
+  if (loggedIn_) Logout();
+  sodium_memzero(password_.data(), password_.size());
+}
+
+XoAdmError CXoAdmSession::Login(std::string& message, bool) {
+  IStoreBackend* backend = CurrentBackend();
+  if (!backend) {
+    message = "the policy store is not open";
+    return kUnavailable;
+  }
+  if (loggedIn_) return 0;
+  std::string cost;
+  if (Failed(backend->ReadSetting("hash-cost", cost))) cost = "interactive";
+  AdminCredentials admin;
+  int32_t found = backend->LookupAdmin(user_, admin);
+  if (Failed(found) && found != kNotFound) {
+    message = std::string("the policy store could not be read: ") + Describe(found);
+    return found;
+  }
+  bool known = !Failed(found);
+  if (known && admin.directoryBound) {
+    message = "administrator '" + user_ + "' is authenticated by a user directory, which this "
+              "store cannot reach";
+    return kDirectoryError;
+  }
+  bool verified = VerifyPassword(known ? admin.passwordHash : DecoyHash(cost), password_);
+  if (!known || !verified) {
+    message = "wrong administrator name or password";
+    return kAuthFailed;
+  }
+  std::string sessionId = xo::platform::RandomHex(16);
+  int32_t begun = backend->BeginSession(admin, sessionId);
+  if (Failed(begun)) {
+    message = std::string("the session could not be opened: ") + Describe(begun);
+    return begun;
+  }
+  sessionId_ = sessionId;
+  adminOid_ = admin.oid;
+  adminUser_.SetSessionID(sessionId_);
+  loggedIn_ = true;
+  (void)interactive_;
+  return 0;
+}
+
+XoAdmError CXoAdmSession::Logout() {
+  if (!loggedIn_) return 0;
+  IStoreBackend* backend = CurrentBackend();
+  if (!backend) return kUnavailable;
+  int32_t ended = backend->EndSession(sessionId_);
+  if (Failed(ended)) return ended;
+  loggedIn_ = false;
+  adminUser_.SetSessionID("");
+  sessionId_.clear();
+  return 0;
+}

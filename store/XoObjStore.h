@@ -1,0 +1,54 @@
+// The store's operations. Each runs as one transaction of the backend unless
+// the session has a transaction of its own open (see BeginTransaction).
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "XoObjClasses.h"
+#include "XoObjDict.h"
+#include "XoObjId.h"
+#include "XoStoreCodes.h"
+
+struct XoObjSearchFilter_s {
+  uint32_t prop;
+  std::string value;
+};
+using XoObjSearchFilterList = std::vector<XoObjSearchFilter_s>;
+
+class CXoObjStore {
+ public:
+  // Opens the store named by XO_POLICY_STORE (or the default location). The
+  // last flag asks for a store ready for use; false with a message in
+  // `message` when the store is missing, never initialised or unreadable.
+  // Each successful Init is matched by one Release.
+  static bool Init(std::string& message, bool readOnly, bool create, bool reserved3,
+                   bool reserved4, bool reserved5, bool reserved6, bool ready);
+  static void Release();
+
+  // With property 0 and no value: fills the object named by its identifier.
+  // With a property and a value: fills the first object whose property holds it.
+  static int32_t Fetch(CXoObjBase& object, uint32_t prop, const XoPropValue* value,
+                       const std::string& sessionId);
+  // Creates the object when its identifier is new, else (with overwrite) replaces it.
+  static int32_t Save(CXoObjBase& object, bool overwrite, const std::string& sessionId);
+  static int32_t Search(const CXoObjBase& templ, CXoObjIdArray& hits, uint32_t prop,
+                        const XoPropValue& value, const std::string& sessionId);
+  static int32_t SearchMultiple(const CXoObjBase& templ, CXoObjIdArray& hits,
+                                const XoObjSearchFilterList& filters,
+                                const std::string& sessionId);
+  static int32_t Delete(const CXoObjId& id, const std::string& sessionId);
+  static int32_t InvalidateCache(const CXoObjId& id, const CXoObjId& scope, bool flag,
+                                 const std::string& sessionId);
+  // Reads one property into the object (and into `out` when given).
+  static int32_t FetchProperty(CXoObjBase& object, uint32_t prop, XoPropValue* out,
+                               const std::string& sessionId);
+  static int32_t SaveProperty(const CXoObjId& id, uint32_t prop, const XoPropValue& value,
+                              const std::string& sessionId);
+
+  // Groups the following operations of the session into one transaction.
+  static int32_t BeginTransaction(const std::string& sessionId);
+  static int32_t CommitTransaction(const std::string& sessionId);
+  static int32_t RollbackTransaction(const std::string& sessionId);
+};

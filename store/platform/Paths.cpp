@@ -1,0 +1,43 @@
+#include "platform/Paths.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+
+namespace xo::platform {
+
+std::string GetEnv(const char* name) {
+  const char* value = std::getenv(name);
+  return value ? value : "";
+}
+
+std::string UserDataDir() {
+  std::string xdg = GetEnv("XDG_DATA_HOME");
+  if (!xdg.empty()) return xdg;
+#ifdef _WIN32
+  std::string appData = GetEnv("APPDATA");
+  if (!appData.empty()) return appData;
+#endif
+  std::string dir = GetEnv("HOME");
+  if (dir.empty()) dir = ".";
+  dir.append("/.local/share");
+  return dir;
+}
+
+bool FileExists(const std::string& path) {
+  std::error_code ec;
+  return std::filesystem::exists(path, ec);
+}
+
+bool MakeDirectories(const std::string& path) {
+  if (path.empty()) return true;
+  std::error_code ec;
+  std::filesystem::create_directories(path, ec);
+  return std::filesystem::is_directory(path, ec);
+}
+
+std::string ParentDirectory(const std::string& path) {
+  return std::filesystem::path(path).parent_path().string();
+}
+
+}  // namespace xo::platform

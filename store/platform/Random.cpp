@@ -1,0 +1,27 @@
+#include "platform/Random.h"
+
+#include <sodium.h>
+
+#include <stdexcept>
+
+namespace xo::platform {
+
+void RandomBytes(void* buffer, std::size_t size) {
+  if (sodium_init() < 0) throw std::runtime_error("libsodium failed to initialise");
+  randombytes_buf(buffer, size);
+}
+
+std::string RandomHex(std::size_t bytes) {
+  static const char kDigits[] = "0123456789abcdef";
+  std::string raw(bytes, '\0');
+  RandomBytes(raw.data(), bytes);
+  std::string hex;
+  hex.reserve(bytes * 2);
+  for (unsigned char c : raw) {
+    hex.push_back(kDigits[c >> 4]);
+    hex.push_back(kDigits[c & 0xf]);
+  }
+  return hex;
+}
+
+}  // namespace xo::platform

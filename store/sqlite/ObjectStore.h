@@ -1,0 +1,62 @@
+// Object operations on one connection, driven by the property dictionaries:
+// loading, validating and writing objects, searching, cascading deletes and
+// the audit trail. Failures are thrown as StoreError.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "XoObjClasses.h"
+#include "XoObjDict.h"
+#include "sqlite/Connection.h"
+#include "sqlite/Schema.h"
+
+namespace xo::store::sqlite {
+
+// A property and the text it must equal.
+using Filter = std::pair<const XoPropDef*, std::string>;
+
+class ObjectStore {
+ public:
+  explicit ObjectStore(Connection& connection) : db_(connection) {}
+
+  bool Exists(const CXoObjId& id);
+  // Fills the object named by its identifier; kNotFound when there is none.
+  void Load(CXoObjBase& object);
+  // Validates and writes the whole object, with the name rules of its class.
+  void Save(CXoObjBase& object, bool overwrite);
+  // Deletes the object and everything it owns.
+  void Remove(const CXoObjId& id);
+  CXoObjIdArray Search(const CXoObjBase& templ, std::vector<Filter> filters);
+  XoPropValue ReadProperty(const CXoObjBase& object, uint32_t prop);
+  void WriteProperty(const CXoObjId& id, uint32_t prop, const XoPropValue& value);
+  void Audit(const std::string& operation, int32_t cls, const std::string& oid,
+             const std::string& name);
+
+  // The property definition, or kBadProperty.
+  static const XoPropDef& Property(const CXoObjDictProp& dict, uint32_t prop);
+  // The text a search compares a property with.
+  static std::string SearchText(const XoPropDef& def, const XoPropValue& value);
+
+ private:
+  const ClassSql& Sql(int32_t cls);
+  void BindColumns(Statement& statement, const ClassSql& sql, const CXoObjBase& object);
+  void ReadColumns(Statement& statement, const ClassSql& sql, CXoObjBase& object);
+  void ValidateColumns(const CXoObjBase& object);
+  void ValidateReference(const XoPropDef& def, const CXoObjId& id);
+  void ValidateList(const CXoObjBase& object, const XoPropDef& def, const CXoObjIdArray& ids);
+  void CheckParentLoop(const CXoObjBase& object, const XoPropDef& def);
+  void CheckGroupLoop(const CXoObjBase& object, const XoPropDef& def, const CXoObjIdArray& ids);
+  CXoObjIdArray NameHolders(const CXoObjBase& object);
+  CXoObjIdArray ReadList(const CXoObjId& owner, const XoPropDef& def);
+  void WriteStoredList(const CXoObjId& owner, int32_t ownerClass, const XoPropDef& def,
+                       const CXoObjIdArray& ids);
+  void WriteInverseList(const CXoObjId& member, const XoPropDef& def, const CXoObjIdArray& owners);
+  std::string NameOf(const CXoObjId& id);
+
+  Connection& db_;
+};
+
+}  // namespace xo::store::sqlite

@@ -1,0 +1,37 @@
+// The database schema and the SQL of each class, generated from the
+// property dictionaries.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "XoObjDict.h"
+
+namespace xo::store::sqlite {
+
+class Connection;
+
+constexpr int32_t kSchemaVersion = 1;
+
+// The column of a property: its name in snake case ("AgentType" -> agent_type).
+std::string ColumnName(const XoPropDef& def);
+
+struct ClassSql {
+  const CXoObjDictProp* dict = nullptr;
+  std::vector<const XoPropDef*> columns;  // column properties, in property order
+  std::vector<const XoPropDef*> lists;    // stored and inverse lists read with the row
+  std::string selectByOid;                // columns, then one text per list
+  std::string insert;                     // ?1 oid, then the columns
+  std::string update;                     // ?1 oid, then the columns
+  std::string exists;
+  std::string deleteRow;
+};
+
+// The SQL of a class; null for classes without a dictionary.
+const ClassSql* SqlFor(int32_t cls);
+
+// Creates every table and index of a new store.
+void CreateSchema(Connection& connection);
+
+}  // namespace xo::store::sqlite

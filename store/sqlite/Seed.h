@@ -1,0 +1,14 @@
+// The objects every new store starts with.
+#pragma once
+
+#include <string>
+
+#include "StoreBackend.h"
+#include "sqlite/ObjectStore.h"
+
+namespace xo::store::sqlite {
+// The root, the HTTP and RADIUS agent types with their attribute
+// dictionaries, the built-in basic scheme and the first administrator.
+void SeedStore(ObjectStore& store, const NewStoreOptions& options,
+               const std::string& adminPasswordHash);
+}  // namespace xo::store::sqlite

@@ -1,0 +1,365 @@
+#include "sqlite/SqliteBackend.h"
+
+#include <new>
+
+#include "XoAdmSession.h"
+#include "XoStoreCodes.h"
+#include "platform/Clock.h"
+#include "platform/Paths.h"
+#include "sqlite/ObjectStore.h"
+#include "sqlite/Schema.h"
+#include "sqlite/Seed.h"
+
+namespace xo::store {
+
+using sqlite::Connection;
+using sqlite::ObjectStore;
+using sqlite::StoreError;
+using sqlite::Use;
+
+namespace {
+
+enum class Mode {
+  Single,  // one statement: its own snapshot is enough
+  Read,    // several statements that must see one snapshot
+  Write,   // takes the write lock up front
+};
+
+template <typename Work>
+int32_t Run(Connection* connection, Mode mode, Work work) {
+  if (!connection) return kNoSession;
+  try {
+    if (mode == Mode::Write) connection->BeginWrite();
+    if (mode == Mode::Read) connection->BeginRead();
+    ObjectStore store(*connection);
+    work(store);
+    connection->Commit();
+    return kOk;
+  } catch (const StoreError& error) {
+    connection->Rollback();
+    return error.code;
+  } catch (const std::bad_alloc&) {
+    connection->Rollback();
+    return kOutOfMemory;
+  } catch (...) {
+    connection->Rollback();
+    return kInternal;
+  }
+}
+
+// Reads the schema version; fails unless this is an initialised store.
+int32_t CheckInitialised(Connection& connection, const std::string& path, std::string& message) {
+  try {
+    Use version(connection.Prepare("SELECT value FROM xo_meta WHERE key = 'schema_version'"));
+    if (!version->Step()) {
+      message = path + " is not an initialised policy store";
+      return kNotInitialised;
+    }
+    if (version->Text(0) != std::to_string(sqlite::kSchemaVersion)) {
+      message = path + " has schema version " + version->Text(0) + ", this library reads " +
+                std::to_string(sqlite::kSchemaVersion);
+      return kSchemaMismatch;
+    }
+    return kOk;
+  } catch (const StoreError& error) {
+    message = path + " is not an initialised policy store (" +
+              sqlite3_errmsg(connection.Db()) + ")";
+    return error.code == kInternal ? kNotInitialised : error.code;
+  }
+}
+
+}  // namespace
+
+SqliteBackend::SqliteBackend(std::string path, std::unique_ptr<Connection> control)
+    : path_(std::move(path)), control_(std::move(control)) {}
+
+SqliteBackend::~SqliteBackend() = default;
+
+std::unique_ptr<IStoreBackend> SqliteBackend::Open(const std::string& path,
+                                                   std::string& message) {
+  if (!platform::FileExists(path)) {
+    message = "no policy store at " + path + " (create one with 'xopolicy init')";
+    return nullptr;
+  }
+  int32_t code = kOk;
+  std::unique_ptr<Connection> control = Connection::Open(path, false, message, code);
+  if (!control) return nullptr;
+  if (Failed(CheckInitialised(*control, path, message))) return nullptr;
+  control->adminName = "(store)";
+  return std::unique_ptr<IStoreBackend>(new SqliteBackend(path, std::move(control)));
+}
+
+int32_t SqliteBackend::Create(const std::string& path, const NewStoreOptions& options,
+                              std::string& message) {
+  if (options.adminName.empty()) {
+    message = "the first administrator needs a name";
+    return kNameRequired;
+  }
+  if (options.adminName.size() > 1023 || options.adminPassword.size() > 1023) {
+    message = "the administrator's name and password are limited to 1023 bytes";
+    return kTextTooLong;
+  }
+  if (options.adminPassword.empty()) {
+    message = "the first administrator needs a password";
+    return kNameRequired;
+  }
+  if (options.hashCost != "interactive" && options.hashCost != "moderate" &&
+      options.hashCost != "minimum") {
+    message = "unknown password-hashing cost '" + options.hashCost + "'";
+    return kInvalidArgument;
+  }
+  if (platform::FileExists(path)) {
+    message = "a policy store already exists at " + path + "; it was left untouched";
+    return kExists;
+  }
+  if (!platform::MakeDirectories(platform::ParentDirectory(path))) {
+    message = "cannot create the directory " + platform::ParentDirectory(path);
+    return kUnavailable;
+  }
+  int32_t code = kOk;
+  std::unique_ptr<Connection> connection = Connection::Open(path, true, message, code);
+  if (!connection) return code;
+  connection->adminName = "(init)";
+  try {
+    connection->Exec("BEGIN EXCLUSIVE");
+    Use tables(connection->Prepare("SELECT count(*) FROM sqlite_master"));
+    if (tables->Step() && tables->Int(0) > 0) {
+      connection->Exec("ROLLBACK");
+      message = "a policy store already exists at " + path + "; it was left untouched";
+      return kExists;
+    }
+  } catch (const StoreError& error) {
+    message = "cannot create the policy store at " + path + ": " +
+              sqlite3_errmsg(connection->Db());
+    return error.code;
+  }
+  try {
+    sqlite::CreateSchema(*connection);
+    ObjectStore store(*connection);
+    sqlite::SeedStore(store, options, HashPassword(options.adminPassword, options.hashCost));
+    Use meta(connection->Prepare("INSERT INTO xo_meta (key, value) VALUES (?1, ?2)"));
+    const std::pair<std::string, std::string> settings[] = {
+        {"schema_version", std::to_string(sqlite::kSchemaVersion)},
+        {"hash-cost", options.hashCost},
+        {"created", std::to_string(platform::NowSeconds())}};
+    for (const auto& [key, value] : settings) {
+      meta->Reset();
+      meta->Bind(1, key).Bind(2, value);
+      meta->Step();
+    }
+    connection->Exec("COMMIT");
+  } catch (const StoreError& error) {
+    message = "cannot initialise the policy store at " + path + ": " +
+              sqlite3_errmsg(connection->Db());
+    sqlite3_exec(connection->Db(), "ROLLBACK", nullptr, nullptr, nullptr);
+    return error.code;
+  }
+  message = "created a policy store at " + path;
+  return kOk;
+}
+
+Connection* SqliteBackend::SessionConnection(const std::string& sessionId) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  auto found = sessions_.find(sessionId);
+  return found == sessions_.end() ? nullptr : found->second.get();
+}
+
+int32_t SqliteBackend::LookupAdmin(const std::string& name, AdminCredentials& out) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  return Run(control_.get(), Mode::Read, [&](ObjectStore& store) {
+    const CXoObjDictProp& dict = *CXoObjDictProp::ForClass(XoObjId_Admin);
+    CXoObjIdArray hits =
+        store.Search(CXoObjAdmin(), {{dict.Find(CXoObjAdmin::Name), name}});
+    if (hits.size() != 1) throw StoreError{kNotFound};
+    CXoObjAdmin admin(hits.front());
+    store.Load(admin);
+    out.oid = admin.GetOid();
+    out.name = admin.GetName();
+    out.passwordHash = admin.GetAdminText();
+    out.directoryBound = admin.GetDirectoryBound();
+    out.userDirectory = admin.GetUserDirectoryOid();
+    out.scheme = admin.GetSchemeOid();
+    out.flags = admin.GetFlags();
+  });
+}
+
+int32_t SqliteBackend::BeginSession(const AdminCredentials& admin, const std::string& sessionId) {
+  std::string message;
+  int32_t code = kOk;
+  std::unique_ptr<Connection> connection = Connection::Open(path_, false, message, code);
+  if (!connection) return code;
+  connection->adminName = admin.name;
+  connection->adminOid = admin.oid;
+  std::lock_guard<std::mutex> lock(mutex_);
+  if (!sessions_.emplace(sessionId, std::move(connection)).second) return kExists;
+  return kOk;
+}
+
+int32_t SqliteBackend::EndSession(const std::string& sessionId) {
+  std::unique_ptr<Connection> ended;
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto found = sessions_.find(sessionId);
+    if (found == sessions_.end()) return kNoSession;
+    ended = std::move(found->second);
+    sessions_.erase(found);
+  }
+  if (ended->InSessionTransaction()) {
+    try {
+      ended->RollbackSessionTransaction();
+    } catch (const StoreError&) {
+      // The connection closes below, which drops the transaction anyway.
+    }
+  }
+  return kOk;
+}
+
+int32_t SqliteBackend::ReadRights(const std::string& sessionId, const CXoObjId& scope,
+                                  AdminRights& out) {
+  Connection* connection = SessionConnection(sessionId);
+  return Run(connection, Mode::Single, [&](ObjectStore&) {
+    static const std::string select = [] {
+      const CXoObjDictProp& admin = *CXoObjDictProp::ForClass(XoObjId_Admin);
+      return "SELECT " + sqlite::ColumnName(*admin.Find(CXoObjAdmin::AdminFlags)) +
+             ", EXISTS (SELECT 1 FROM xo_list WHERE owner = ?2 AND prop = " +
+             std::to_string(CXoObjDomain::Admins) + " AND member = ?1) FROM " + admin.Table() +
+             " WHERE oid = ?1";
+    }();
+    Use rights(connection->Prepare(select));
+    rights->Bind(1, connection->adminOid.GetOidString()).Bind(2, scope.GetOidString());
+    out = AdminRights{};
+    if (rights->Step()) {
+      out.flags = static_cast<int32_t>(rights->Int(0));
+      out.listedInScope = rights->Int(1) != 0;
+    }
+  });
+}
+
+int32_t SqliteBackend::Fetch(CXoObjBase& object, uint32_t prop, const XoPropValue* value,
+                             const std::string& sessionId) {
+  if (prop == 0 && !value) {
+    return Run(SessionConnection(sessionId), Mode::Single,
+               [&](ObjectStore& store) { store.Load(object); });
+  }
+  return Run(SessionConnection(sessionId), Mode::Read, [&](ObjectStore& store) {
+    if (!value) throw StoreError{kInvalidArgument};
+    const XoPropDef& def = ObjectStore::Property(object.Dict(), prop);
+    CXoObjIdArray hits = store.Search(object, {{&def, ObjectStore::SearchText(def, *value)}});
+    if (hits.empty()) throw StoreError{kNotFound};
+    object.SetOid(hits.front());
+    store.Load(object);
+  });
+}
+
+int32_t SqliteBackend::Save(CXoObjBase& object, bool overwrite, const std::string& sessionId) {
+  return Run(SessionConnection(sessionId), Mode::Write,
+             [&](ObjectStore& store) { store.Save(object, overwrite); });
+}
+
+int32_t SqliteBackend::Search(const CXoObjBase& templ, CXoObjIdArray& hits, uint32_t prop,
+                              const XoPropValue& value, const std::string& sessionId) {
+  return Run(SessionConnection(sessionId), Mode::Single, [&](ObjectStore& store) {
+    const XoPropDef& def = ObjectStore::Property(templ.Dict(), prop);
+    hits = store.Search(templ, {{&def, ObjectStore::SearchText(def, value)}});
+  });
+}
+
+int32_t SqliteBackend::SearchMultiple(const CXoObjBase& templ, CXoObjIdArray& hits,
+                                      const XoObjSearchFilterList& filters,
+                                      const std::string& sessionId) {
+  return Run(SessionConnection(sessionId), Mode::Single, [&](ObjectStore& store) {
+    std::vector<sqlite::Filter> resolved;
+    for (const XoObjSearchFilter_s& filter : filters) {
+      resolved.emplace_back(&ObjectStore::Property(templ.Dict(), filter.prop), filter.value);
+    }
+    hits = store.Search(templ, std::move(resolved));
+  });
+}
+
+int32_t SqliteBackend::Delete(const CXoObjId& id, const std::string& sessionId) {
+  return Run(SessionConnection(sessionId), Mode::Write,
+             [&](ObjectStore& store) { store.Remove(id); });
+}
+
+// The store keeps no object cache of its own: every reader reads committed
+// data, and every change is already in the audit trail. Invalidation only
+// checks that the object is there.
+int32_t SqliteBackend::InvalidateCache(const CXoObjId& id, const CXoObjId& scope, bool,
+                                       const std::string& sessionId) {
+  return Run(SessionConnection(sessionId), Mode::Single, [&](ObjectStore& store) {
+    if (!store.Exists(id)) throw StoreError{kNotFound};
+    (void)scope;
+  });
+}
+
+int32_t SqliteBackend::FetchProperty(CXoObjBase& object, uint32_t prop, XoPropValue& out,
+                                     const std::string& sessionId) {
+  return Run(SessionConnection(sessionId), Mode::Read,
+             [&](ObjectStore& store) { out = store.ReadProperty(object, prop); });
+}
+
+int32_t SqliteBackend::SaveProperty(const CXoObjId& id, uint32_t prop, const XoPropValue& value,
+                                    const std::string& sessionId) {
+  return Run(SessionConnection(sessionId), Mode::Write,
+             [&](ObjectStore& store) { store.WriteProperty(id, prop, value); });
+}
+
+int32_t SqliteBackend::BeginTransaction(const std::string& sessionId) {
+  Connection* connection = SessionConnection(sessionId);
+  return Run(connection, Mode::Single,
+             [&](ObjectStore&) { connection->BeginSessionTransaction(); });
+}
+
+int32_t SqliteBackend::CommitTransaction(const std::string& sessionId) {
+  Connection* connection = SessionConnection(sessionId);
+  return Run(connection, Mode::Single,
+             [&](ObjectStore&) { connection->CommitSessionTransaction(); });
+}
+
+int32_t SqliteBackend::RollbackTransaction(const std::string& sessionId) {
+  Connection* connection = SessionConnection(sessionId);
+  return Run(connection, Mode::Single,
+             [&](ObjectStore&) { connection->RollbackSessionTransaction(); });
+}
+
+int32_t SqliteBackend::ReadSetting(const std::string& key, std::string& value) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  return Run(control_.get(), Mode::Single, [&](ObjectStore&) {
+    Use select(control_->Prepare("SELECT value FROM xo_meta WHERE key = ?1"));
+    select->Bind(1, key);
+    if (!select->Step()) throw StoreError{kNotFound};
+    value = select->Text(0);
+  });
+}
+
+int32_t SqliteBackend::ReadAudit(int64_t sinceTime, std::vector<AuditEntry>& out) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  return Run(control_.get(), Mode::Single, [&](ObjectStore&) {
+    Use select(control_->Prepare(
+        "SELECT seq, time, admin, operation, class, oid, name FROM xo_audit WHERE time >= ?1 "
+        "ORDER BY seq"));
+    select->Bind(1, sinceTime);
+    out.clear();
+    while (select->Step()) {
+      out.push_back({select->Int(0), select->Int(1), select->Text(2), select->Text(3),
+                     static_cast<int32_t>(select->Int(4)), select->Text(5), select->Text(6)});
+    }
+  });
+}
+
+int32_t SqliteBackend::ReadInfo(StoreInfo& out) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  return Run(control_.get(), Mode::Read, [&](ObjectStore&) {
+    out = StoreInfo{};
+    out.backend = "sqlite";
+    out.location = path_;
+    out.schemaVersion = sqlite::kSchemaVersion;
+    for (const CXoObjDictProp* dict : CXoObjDictProp::All()) {
+      Use count(control_->Prepare("SELECT count(*) FROM " + std::string(dict->Table())));
+      count->Step();
+      out.objectCounts.emplace_back(dict->ClassName(), count->Int(0));
+    }
+  });
+}
+
+}  // namespace xo::store

@@ -1,0 +1,62 @@
+// The embedded store: one SQLite database file in WAL mode. Every session
+// works on a connection of its own; every operation is one transaction.
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+
+#include "StoreBackend.h"
+#include "sqlite/Connection.h"
+
+namespace xo::store {
+
+class SqliteBackend : public IStoreBackend {
+ public:
+  static std::unique_ptr<IStoreBackend> Open(const std::string& path, std::string& message);
+  static int32_t Create(const std::string& path, const NewStoreOptions& options,
+                        std::string& message);
+  ~SqliteBackend() override;
+
+  int32_t LookupAdmin(const std::string& name, AdminCredentials& out) override;
+  int32_t BeginSession(const AdminCredentials& admin, const std::string& sessionId) override;
+  int32_t EndSession(const std::string& sessionId) override;
+  int32_t ReadRights(const std::string& sessionId, const CXoObjId& scope,
+                     AdminRights& out) override;
+
+  int32_t Fetch(CXoObjBase& object, uint32_t prop, const XoPropValue* value,
+                const std::string& sessionId) override;
+  int32_t Save(CXoObjBase& object, bool overwrite, const std::string& sessionId) override;
+  int32_t Search(const CXoObjBase& templ, CXoObjIdArray& hits, uint32_t prop,
+                 const XoPropValue& value, const std::string& sessionId) override;
+  int32_t SearchMultiple(const CXoObjBase& templ, CXoObjIdArray& hits,
+                         const XoObjSearchFilterList& filters,
+                         const std::string& sessionId) override;
+  int32_t Delete(const CXoObjId& id, const std::string& sessionId) override;
+  int32_t InvalidateCache(const CXoObjId& id, const CXoObjId& scope, bool flag,
+                          const std::string& sessionId) override;
+  int32_t FetchProperty(CXoObjBase& object, uint32_t prop, XoPropValue& out,
+                        const std::string& sessionId) override;
+  int32_t SaveProperty(const CXoObjId& id, uint32_t prop, const XoPropValue& value,
+                       const std::string& sessionId) override;
+
+  int32_t BeginTransaction(const std::string& sessionId) override;
+  int32_t CommitTransaction(const std::string& sessionId) override;
+  int32_t RollbackTransaction(const std::string& sessionId) override;
+
+  int32_t ReadSetting(const std::string& key, std::string& value) override;
+  int32_t ReadAudit(int64_t sinceTime, std::vector<AuditEntry>& out) override;
+  int32_t ReadInfo(StoreInfo& out) override;
+
+ private:
+  SqliteBackend(std::string path, std::unique_ptr<sqlite::Connection> control);
+  sqlite::Connection* SessionConnection(const std::string& sessionId);
+
+  std::string path_;
+  std::mutex mutex_;  // guards control_ and sessions_
+  std::unique_ptr<sqlite::Connection> control_;
+  std::unordered_map<std::string, std::unique_ptr<sqlite::Connection>> sessions_;
+};
+
+}  // namespace xo::store

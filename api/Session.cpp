@@ -1,0 +1,80 @@
+// Login and Logout: the life of a session handle.
+#include <string>
+
+#include "XoAdmSession.h"
+#include "XoObjStore.h"
+#include "XoPolicyApi.h"
+#include "frame/Fields.h"
+#include "frame/Guard.h"
+#include "frame/Handles.h"
+#include "frame/Memory.h"
+
+using namespace xo::frame;
+
+namespace {
+
+// Frees the record and what it owns, and forgets the handle. The store is
+// released when this handle's Login had opened it.
+void DestroyHandle(PolicyApiSession* handle) {
+  if (UnregisterHandle(handle)) CXoObjStore::Release();
+  handle->magic = 0;
+  Delete(handle->storeMessage);
+  Delete(handle->session);
+  Free(handle);
+}
+
+}  // namespace
+
+XO_API Xo_PolicyApi_Login(PolicyApiSession** handle, void* flag, const char* adminName,
+                          const char* password, const char* host, const char* /*unused*/,
+                          int32_t /*reserved*/) {
+  return Guarded([&]() -> int32_t {
+    if (handle == nullptr) return XO_ERR_GENERAL;
+    const std::string name = ArgText(adminName);
+    const std::string secret = ArgText(password);
+    const std::string remoteHost = ArgText(host);
+
+    // The handle is written at once, so that a Login failing later still
+    // leaves a recognisable handle for the caller to log out.
+    auto* record = static_cast<PolicyApiSession*>(Allocate(sizeof(PolicyApiSession)));
+    *handle = record;
+    if (record == nullptr) return XO_ERR_GENERAL;
+    record->magic = kSessionMagic;
+    try {
+      RegisterHandle(record);
+    } catch (...) {
+      *handle = nullptr;
+      Free(record);
+      throw;
+    }
+
+    record->storeMessage = New<std::string>();
+    if (record->storeMessage == nullptr) return XO_ERR_GENERAL;
+    if (!CXoObjStore::Init(*record->storeMessage, false, false, false, false, false, false, true)) {
+      return XO_ERR_GENERAL;
+    }
+    MarkStoreOpened(record);
+
+    record->session = New<CXoAdmSession>(name, secret, remoteHost, std::string(), remoteHost, true);
+    if (record->session == nullptr) return XO_ERR_GENERAL;
+
+    // The session's own error message is not handed on: a failed login is -1.
+    std::string loginMessage;
+    return record->session->Login(loginMessage, flag != nullptr) == 0 ? XO_OK : XO_ERR_GENERAL;
+  });
+}
+
+XO_API Xo_PolicyApi_Logout(PolicyApiSession* handle) {
+  return Guarded([&]() -> int32_t {
+    if (!IsLiveHandle(handle) || handle->magic != kSessionMagic) return XO_ERR_BAD_HANDLE;
+    // A handle whose Login could not create a session has nothing to log out;
+    // it is still freed so that it does not leak.
+    if (handle->session == nullptr) {
+      DestroyHandle(handle);
+      return XO_ERR_GENERAL;
+    }
+    if (handle->session->Logout() != 0) return XO_ERR_GENERAL;
+    DestroyHandle(handle);
+    return XO_OK;
+  });
+}

@@ -1,0 +1,125 @@
+#include "BenchStores.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <stdexcept>
+
+#include "XoObjStore.h"
+#include "frame/Handles.h"
+#include "store/StoreBackend.h"
+
+namespace xo::bench {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kAdmin = "bench-admin";
+constexpr const char* kPassword = "bench-password";
+// Domains added per transaction while populating.
+constexpr int64_t kPopulateBatch = 10000;
+
+class Scratch {
+ public:
+  Scratch() {
+    const char* chosen = std::getenv("XO_BENCH_DIR");
+    fs::path base = chosen && *chosen ? fs::path(chosen) : fs::temp_directory_path();
+    std::string pattern = (base / "xo-bench-XXXXXX").string();
+    if (!mkdtemp(pattern.data()))
+      throw std::runtime_error("cannot create a directory in " + base.string());
+    path_ = pattern;
+  }
+  ~Scratch() {
+    std::error_code ignored;
+    fs::remove_all(path_, ignored);
+  }
+  const std::string& Path() const { return path_; }
+
+ private:
+  std::string path_;
+};
+
+void Check(int32_t result, const std::string& what) {
+  if (result != XO_OK)
+    throw std::runtime_error(what + " failed with result " + std::to_string(result));
+}
+
+void CheckStore(int32_t result, const std::string& what) {
+  if (store::Failed(result)) {
+    throw std::runtime_error(what + " failed: " + store::Describe(result));
+  }
+}
+
+// Adds domains [0, count) in batches, each batch one store transaction.
+void AddDomains(const ApiSession& api, int64_t count) {
+  const std::string& sid = api.Session().GetSessionID();
+  for (int64_t first = 0; first < count; first += kPopulateBatch) {
+    CheckStore(CXoObjStore::BeginTransaction(sid), "beginning a transaction");
+    for (int64_t i = first; i < count && i < first + kPopulateBatch; ++i) {
+      DomainRecord record{};
+      std::snprintf(record.name, sizeof record.name, "%s", DomainName(i).c_str());
+      std::snprintf(record.description, sizeof record.description, "benchmark domain %lld",
+                    static_cast<long long>(i));
+      Check(Xo_PolicyApi_AddDomain(api.Handle(), &record, 0), "adding " + DomainName(i));
+    }
+    CheckStore(CXoObjStore::CommitTransaction(sid), "committing a transaction");
+  }
+}
+
+}  // namespace
+
+const std::string& ScratchDirectory() {
+  static Scratch scratch;
+  return scratch.Path();
+}
+
+std::string DomainName(int64_t index) {
+  char name[32];
+  std::snprintf(name, sizeof name, "domain-%06lld", static_cast<long long>(index));
+  return name;
+}
+
+const std::string& PopulatedStore(int64_t domains) {
+  static std::map<int64_t, std::string> stores;
+  auto found = stores.find(domains);
+  if (found != stores.end()) return found->second;
+
+  std::string uri = "sqlite:" + ScratchDirectory() + "/domains-" + std::to_string(domains) + ".db";
+  std::string message;
+  // The default hashing cost, so that a login costs what it costs a user.
+  int32_t created =
+      store::CreateStore(store::ResolveLocation(uri),
+                         store::NewStoreOptions{kAdmin, kPassword, "interactive"}, message);
+  if (store::Failed(created)) throw std::runtime_error("cannot create " + uri + ": " + message);
+  {
+    ApiSession api(uri);
+    AddDomains(api, domains);
+  }
+  return stores.emplace(domains, uri).first->second;
+}
+
+StoreSelection::StoreSelection(const std::string& uri) {
+  setenv("XO_POLICY_STORE", uri.c_str(), 1);
+}
+
+StoreSelection::~StoreSelection() { unsetenv("XO_POLICY_STORE"); }
+
+int32_t Login(PolicyApiSession*& handle) {
+  handle = nullptr;
+  return Xo_PolicyApi_Login(&handle, nullptr, kAdmin, kPassword, "localhost", "", 0);
+}
+
+ApiSession::ApiSession(const std::string& uri) : selection_(uri) {
+  int32_t result = Login(handle_);
+  if (result != XO_OK) {
+    if (handle_) Xo_PolicyApi_Logout(handle_);
+    throw std::runtime_error("cannot log in to " + uri + ": result " + std::to_string(result));
+  }
+}
+
+ApiSession::~ApiSession() { Xo_PolicyApi_Logout(handle_); }
+
+const CXoAdmSession& ApiSession::Session() const { return *handle_->session; }
+
+}  // namespace xo::bench

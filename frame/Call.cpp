@@ -1,0 +1,23 @@
+#include "frame/Call.h"
+
+#include "frame/Resolve.h"
+#include "frame/Rights.h"
+
+namespace xo::frame {
+
+int32_t Call::Open(const PolicyApiSession* handle, std::initializer_list<const void*> required) {
+  if (int32_t rc = CheckHandle(handle, session_); rc != XO_OK) return rc;
+  for (const void* pointer : required) {
+    if (pointer == nullptr) return XO_ERR_GENERAL;
+  }
+  return XO_OK;
+}
+
+int32_t Call::AllowSystem() const { return CheckManageRight(*session_, RootObjectId); }
+
+int32_t Call::AllowDomain(const std::string& domainName) {
+  if (int32_t rc = ResolveDomain(*session_, domainName, domain_); rc != XO_OK) return rc;
+  return CheckManageRight(*session_, domain_);
+}
+
+}  // namespace xo::frame

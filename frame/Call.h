@@ -1,0 +1,36 @@
+// The opening shared by the exported functions: the handle check, the
+// caller's pointers, and the rights on the call's scope.
+#pragma once
+
+#include <cstdint>
+#include <initializer_list>
+#include <string>
+
+#include "XoAdmSession.h"
+#include "XoObjId.h"
+#include "frame/Handles.h"
+
+namespace xo::frame {
+
+class Call {
+ public:
+  // The handle check (-25, or -1 without a session), then -1 when a record
+  // or output pointer the call needs is null. Nothing is touched on failure.
+  int32_t Open(const PolicyApiSession* handle, std::initializer_list<const void*> required = {});
+
+  // MANAGE on RootObjectId, for objects that live outside domains.
+  int32_t AllowSystem() const;
+  // Resolves the domain (its resolver's code on failure) and checks MANAGE on it.
+  int32_t AllowDomain(const std::string& domainName);
+
+  const CXoAdmSession& Session() const { return *session_; }
+  const std::string& Sid() const { return session_->GetSessionID(); }
+  // The domain resolved by AllowDomain.
+  const CXoObjId& Domain() const { return domain_; }
+
+ private:
+  CXoAdmSession* session_ = nullptr;
+  CXoObjId domain_;
+};
+
+}  // namespace xo::frame

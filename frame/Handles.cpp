@@ -1,0 +1,61 @@
+#include "frame/Handles.h"
+
+#include <mutex>
+#include <unordered_map>
+
+namespace xo::frame {
+
+namespace {
+
+// Live handles and whether each one's Login opened the store. Several threads
+// may log in and out at once, each with its own handle.
+struct Registry {
+  std::mutex lock;
+  std::unordered_map<const PolicyApiSession*, bool> storeOpened;
+};
+
+Registry& TheRegistry() {
+  static Registry registry;
+  return registry;
+}
+
+}  // namespace
+
+void RegisterHandle(PolicyApiSession* handle) {
+  Registry& registry = TheRegistry();
+  std::lock_guard guard(registry.lock);
+  registry.storeOpened.emplace(handle, false);
+}
+
+void MarkStoreOpened(PolicyApiSession* handle) {
+  Registry& registry = TheRegistry();
+  std::lock_guard guard(registry.lock);
+  auto found = registry.storeOpened.find(handle);
+  if (found != registry.storeOpened.end()) found->second = true;
+}
+
+bool UnregisterHandle(PolicyApiSession* handle) {
+  Registry& registry = TheRegistry();
+  std::lock_guard guard(registry.lock);
+  auto found = registry.storeOpened.find(handle);
+  if (found == registry.storeOpened.end()) return false;
+  const bool opened = found->second;
+  registry.storeOpened.erase(found);
+  return opened;
+}
+
+bool IsLiveHandle(const PolicyApiSession* handle) {
+  if (handle == nullptr) return false;
+  Registry& registry = TheRegistry();
+  std::lock_guard guard(registry.lock);
+  return registry.storeOpened.count(handle) != 0;
+}
+
+int32_t CheckHandle(const PolicyApiSession* handle, CXoAdmSession*& session) {
+  if (!IsLiveHandle(handle) || handle->magic != kSessionMagic) return XO_ERR_BAD_HANDLE;
+  if (handle->session == nullptr) return XO_ERR_GENERAL;
+  session = handle->session;
+  return XO_OK;
+}
+
+}  // namespace xo::frame

@@ -1,0 +1,17 @@
+#!/usr/bin/env bash
+# Builds the benchmark (Release) and runs it. The last table gives each call's
+# time over the time of the same kind of work in plain SQLite.
+# Extra arguments go to the benchmark, e.g. --benchmark_filter=GetDomain.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+bash scripts/setup.sh
+
+build_dir=build-bench
+cmake -S . -B "$build_dir" -DCMAKE_BUILD_TYPE=Release -DXO_BUILD_TESTS=OFF -DXO_BUILD_BENCH=ON
+cmake --build "$build_dir" -j2 --target xo_bench
+
+# The stores are made on the build's disk, not on a memory-backed /tmp, so
+# that commits cost what they cost in use.
+mkdir -p "$build_dir/bench-stores"
+XO_BENCH_DIR="$PWD/$build_dir/bench-stores" "$build_dir/bench/xo_bench" "$@"

@@ -1,0 +1,69 @@
+// The fixture of the API tests: a fresh store in a temporary directory, the
+// system administrator logged in through the API and through the store layer,
+// store-failure and allocation-failure injection, and the failure sweeps.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "XoPolicyApi.h"
+#include "support/DirectStore.h"
+#include "support/FaultyBackend.h"
+
+namespace xo::test {
+
+class ApiTest : public ::testing::Test {
+ protected:
+  static constexpr const char* kAdmin = "sysadmin";
+  static constexpr const char* kPassword = "correct horse";
+
+  void SetUp() override;
+  void TearDown() override;
+
+  // Logs in through the API; the handle is logged out at the end of the test
+  // if the test has not done so.
+  int32_t Login(const std::string& name, const std::string& password, PolicyApiSession** handle);
+  // A handle for a new administrator with the given rights flags.
+  PolicyApiSession* LoginAs(const std::string& name, int32_t flags, CXoObjId* adminId = nullptr);
+
+  DirectStore& Store() { return *store_; }
+  FaultPlan& Faults() { return *faults_; }
+  const std::string& StorePath() const { return storePath_; }
+  std::string Snapshot() const;
+  CXoObjId Duplicate(const CXoObjId& id);
+
+  // Runs `call` with the k-th store call (of `op`, or of any operation)
+  // failing with `code`, for k = 1, 2, ... until a run finishes without
+  // reaching a k-th call. Each failing run must return what `expected` says
+  // for the failed operation and its ordinal among the calls of that
+  // operation, and leave the store's contents as they were. Returns the
+  // number of failing runs.
+  // A failure the call absorbs (it goes on and may change the store)
+  // expects kAbsorbed; such runs are not checked.
+  using Expectation = std::function<int32_t(StoreOp failed, int ordinal)>;
+  static constexpr int32_t kAbsorbed = INT32_MIN;
+  int SweepStoreFailures(StoreOp op, int32_t code, const std::function<int32_t()>& call,
+                         const Expectation& expected);
+  // The same with the k-th allocation of the library failing; every failing
+  // run must return `expected`.
+  int SweepAllocationFailures(const std::function<int32_t()>& call, int32_t expected);
+
+  PolicyApiSession* handle_ = nullptr;
+
+ private:
+  std::string directory_;
+  std::string storePath_;
+  std::shared_ptr<FaultPlan> faults_;
+  std::unique_ptr<DirectStore> store_;
+  std::vector<PolicyApiSession*> handles_;
+};
+
+// The mapped code of a store failure for the calls that map it.
+int32_t Mapped(int32_t storeCode);
+
+}  // namespace xo::test

@@ -1,0 +1,13 @@
+// Process environment and scratch directories for tests, in one place.
+#pragma once
+
+#include <string>
+
+namespace xo::test {
+
+void SetEnvironment(const std::string& name, const std::string& value);
+// A new empty directory under the system's temporary directory.
+std::string MakeScratchDirectory();
+void RemoveDirectory(const std::string& path);
+
+}  // namespace xo::test

@@ -1,0 +1,179 @@
+#include "support/FaultyBackend.h"
+
+#include <utility>
+
+namespace xo::test {
+
+using xo::store::IStoreBackend;
+
+const char* OpName(StoreOp op) {
+  static const char* const kNames[] = {"Any",
+                                       "LookupAdmin",
+                                       "BeginSession",
+                                       "EndSession",
+                                       "ReadRights",
+                                       "Fetch",
+                                       "Save",
+                                       "Search",
+                                       "SearchMultiple",
+                                       "Delete",
+                                       "InvalidateCache",
+                                       "FetchProperty",
+                                       "SaveProperty",
+                                       "BeginTransaction",
+                                       "CommitTransaction",
+                                       "RollbackTransaction",
+                                       "ReadSetting",
+                                       "ReadAudit",
+                                       "ReadInfo"};
+  return kNames[static_cast<int>(op)];
+}
+
+void FaultPlan::FailAt(StoreOp op, int k, int32_t code) {
+  std::lock_guard guard(lock_);
+  target_ = op;
+  remaining_ = k;
+  code_ = code;
+  fired_ = false;
+  callsOfOp_.assign(static_cast<size_t>(StoreOp::ReadInfo) + 1, 0);
+}
+
+void FaultPlan::Disarm() {
+  std::lock_guard guard(lock_);
+  remaining_ = 0;
+  fired_ = false;
+  recording_ = false;
+}
+
+bool FaultPlan::Fired() const {
+  std::lock_guard guard(lock_);
+  return fired_;
+}
+
+StoreOp FaultPlan::FiredOp() const {
+  std::lock_guard guard(lock_);
+  return firedOp_;
+}
+
+int FaultPlan::FiredOrdinal() const {
+  std::lock_guard guard(lock_);
+  return firedOrdinal_;
+}
+
+void FaultPlan::StartRecording() {
+  std::lock_guard guard(lock_);
+  recording_ = true;
+  recorded_.clear();
+}
+
+std::vector<StoreOp> FaultPlan::Recorded() const {
+  std::lock_guard guard(lock_);
+  return recorded_;
+}
+
+bool FaultPlan::Intercept(StoreOp op, int32_t& code) {
+  std::lock_guard guard(lock_);
+  if (recording_) recorded_.push_back(op);
+  if (remaining_ == 0) return false;
+  const int ordinal = ++callsOfOp_[static_cast<size_t>(op)];
+  if (target_ != StoreOp::Any && target_ != op) return false;
+  if (--remaining_ != 0) return false;
+  fired_ = true;
+  firedOp_ = op;
+  firedOrdinal_ = ordinal;
+  code = code_;
+  return true;
+}
+
+namespace {
+
+class FaultyBackend : public IStoreBackend {
+ public:
+  FaultyBackend(std::unique_ptr<IStoreBackend> inner, std::shared_ptr<FaultPlan> plan)
+      : inner_(std::move(inner)), plan_(std::move(plan)) {}
+
+#define XO_FORWARD(Op, call)                            \
+  int32_t code = 0;                                     \
+  if (plan_->Intercept(StoreOp::Op, code)) return code; \
+  return inner_->call
+
+  int32_t LookupAdmin(const std::string& name, xo::store::AdminCredentials& out) override {
+    XO_FORWARD(LookupAdmin, LookupAdmin(name, out));
+  }
+  int32_t BeginSession(const xo::store::AdminCredentials& admin,
+                       const std::string& sessionId) override {
+    XO_FORWARD(BeginSession, BeginSession(admin, sessionId));
+  }
+  int32_t EndSession(const std::string& sessionId) override {
+    XO_FORWARD(EndSession, EndSession(sessionId));
+  }
+  int32_t ReadRights(const std::string& sessionId, const CXoObjId& scope,
+                     xo::store::AdminRights& out) override {
+    XO_FORWARD(ReadRights, ReadRights(sessionId, scope, out));
+  }
+  int32_t Fetch(CXoObjBase& object, uint32_t prop, const XoPropValue* value,
+                const std::string& sessionId) override {
+    XO_FORWARD(Fetch, Fetch(object, prop, value, sessionId));
+  }
+  int32_t Save(CXoObjBase& object, bool overwrite, const std::string& sessionId) override {
+    XO_FORWARD(Save, Save(object, overwrite, sessionId));
+  }
+  int32_t Search(const CXoObjBase& templ, CXoObjIdArray& hits, uint32_t prop,
+                 const XoPropValue& value, const std::string& sessionId) override {
+    XO_FORWARD(Search, Search(templ, hits, prop, value, sessionId));
+  }
+  int32_t SearchMultiple(const CXoObjBase& templ, CXoObjIdArray& hits,
+                         const XoObjSearchFilterList& filters,
+                         const std::string& sessionId) override {
+    XO_FORWARD(SearchMultiple, SearchMultiple(templ, hits, filters, sessionId));
+  }
+  int32_t Delete(const CXoObjId& id, const std::string& sessionId) override {
+    XO_FORWARD(Delete, Delete(id, sessionId));
+  }
+  int32_t InvalidateCache(const CXoObjId& id, const CXoObjId& scope, bool flag,
+                          const std::string& sessionId) override {
+    XO_FORWARD(InvalidateCache, InvalidateCache(id, scope, flag, sessionId));
+  }
+  int32_t FetchProperty(CXoObjBase& object, uint32_t prop, XoPropValue& out,
+                        const std::string& sessionId) override {
+    XO_FORWARD(FetchProperty, FetchProperty(object, prop, out, sessionId));
+  }
+  int32_t SaveProperty(const CXoObjId& id, uint32_t prop, const XoPropValue& value,
+                       const std::string& sessionId) override {
+    XO_FORWARD(SaveProperty, SaveProperty(id, prop, value, sessionId));
+  }
+  int32_t BeginTransaction(const std::string& sessionId) override {
+    XO_FORWARD(BeginTransaction, BeginTransaction(sessionId));
+  }
+  int32_t CommitTransaction(const std::string& sessionId) override {
+    XO_FORWARD(CommitTransaction, CommitTransaction(sessionId));
+  }
+  int32_t RollbackTransaction(const std::string& sessionId) override {
+    XO_FORWARD(RollbackTransaction, RollbackTransaction(sessionId));
+  }
+  int32_t ReadSetting(const std::string& key, std::string& value) override {
+    XO_FORWARD(ReadSetting, ReadSetting(key, value));
+  }
+  int32_t ReadAudit(int64_t sinceTime, std::vector<xo::store::AuditEntry>& out) override {
+    XO_FORWARD(ReadAudit, ReadAudit(sinceTime, out));
+  }
+  int32_t ReadInfo(xo::store::StoreInfo& out) override { XO_FORWARD(ReadInfo, ReadInfo(out)); }
+#undef XO_FORWARD
+
+ private:
+  std::unique_ptr<IStoreBackend> inner_;
+  std::shared_ptr<FaultPlan> plan_;
+};
+
+}  // namespace
+
+void InstallFaultyBackend(std::shared_ptr<FaultPlan> plan) {
+  xo::store::SetBackendWrapper(
+      [plan](std::unique_ptr<IStoreBackend> inner) -> std::unique_ptr<IStoreBackend> {
+        return std::make_unique<FaultyBackend>(std::move(inner), plan);
+      });
+}
+
+void RemoveFaultyBackend() { xo::store::SetBackendWrapper({}); }
+
+}  // namespace xo::test

@@ -19,17 +19,11 @@ namespace {
 
 // An update rewrites the stored domain of the same name but keeps its user
 // directories and administrators, which other calls maintain. A name that
-// cannot be resolved leaves the object new, to be created; its lists are then
-// left out of the save, so that if the store does find the name after all
-// (a search that failed) and replaces that domain, the domain keeps them.
+// does not resolve leaves the object new; its lists then read as absent,
+// which counts as empty.
 int32_t TakeOverStoredDomain(const Call& call, CXoObjDomain& domain) {
   CXoObjId stored;
-  if (ResolveDomain(call.Session(), domain.GetName(), stored) != XO_OK) {
-    domain.Clear(CXoObjDomain::UserDirectories);
-    domain.Clear(CXoObjDomain::Admins);
-    return XO_OK;
-  }
-  domain.SetOid(stored);
+  if (ResolveDomain(call.Session(), domain.GetName(), stored) == XO_OK) domain.SetOid(stored);
   CXoObjIdArray ids;
   if (int32_t rc =
           FetchIdList(call.Sid(), domain, CXoObjDomain::UserDirectories, ids, AbsentList::IsEmpty);

@@ -245,11 +245,13 @@ void ObjectStore::Save(CXoObjBase& object, bool overwrite) {
   if (exists && !overwrite) Fail(kExists);
   ValidateColumns(object);
   CXoObjIdArray holders = NameHolders(object);
+  bool adopted = false;
   if (!exists && overwrite && holders.size() == 1) {
     // Replacing by name: the object takes over the identifier of the one
     // that holds the name, so concurrent "add or replace" calls converge.
+    // The lists of the stored object are kept: the caller never read them.
     object.SetOid(holders.front());
-    exists = true;
+    exists = adopted = true;
     holders.clear();
   }
   // With the update flag, a name already held twice (a store out of order)
@@ -267,7 +269,7 @@ void ObjectStore::Save(CXoObjBase& object, bool overwrite) {
   write->Step();
   for (const XoPropDef* def : sql.lists) {
     const CXoObjIdArray* ids = std::get_if<CXoObjIdArray>(&object.Get(def->number));
-    if (!ids) continue;  // a list that was not loaded is left as stored
+    if (!ids || adopted) continue;  // a list that was not loaded is left as stored
     if (def->storage == XoPropStorage::Stored) {
       WriteStoredList(object.GetOid(), object.GetClass(), *def, *ids);
     } else {
@@ -409,7 +411,9 @@ XoPropValue ObjectStore::ReadProperty(const CXoObjBase& object, uint32_t prop) {
     Fail(IsWellFormed(object.GetOid()) && !object.GetOid().IsOidNull() ? kWrongClass
                                                                        : kInvalidId);
   }
-  if (!Exists(object.GetOid())) Fail(kNotFound);
+  // A list of an object that is not stored (yet) is absent rather than an
+  // error: callers about to create the object read it as empty.
+  if (!Exists(object.GetOid())) Fail(def.type == XoPropType::IdList ? kPropertyAbsent : kNotFound);
   if (def.storage == XoPropStorage::Key) return object.GetOid();
   if (def.type == XoPropType::IdList) return ReadList(object.GetOid(), def);
   CXoObjBase loaded(object.GetClass(), object.GetOid());

@@ -1,0 +1,57 @@
+// Directory services: reading a user directory (LDAP or ODBC) named by a
+// stored CXoObjUserDirectory. One provider serves each directory type.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "XoObjClasses.h"
+
+// Kinds of directory entries, by index: 0 "Unknown", 1 "User", 2 "User Group",
+// 3 "User Property", 4 "User Role", 5 "Organization", 6 "Query", 7 "All".
+enum XoDsObjectClass : int32_t {
+  XoDs_Unknown = 0,
+  XoDs_User = 1,
+  XoDs_UserGroup = 2,
+  XoDs_UserProperty = 3,
+  XoDs_UserRole = 4,
+  XoDs_Organization = 5,
+  XoDs_Query = 6,
+  XoDs_All = 7
+};
+extern const char* const XoDsObjectClassNames[8];
+
+namespace xo::directory {
+class Provider;
+}
+
+class CXoDsDir {
+ public:
+  // The directory as it was fetched from the store.
+  explicit CXoDsDir(const CXoObjUserDirectory& directory);
+  virtual ~CXoDsDir();
+  CXoDsDir(const CXoDsDir&) = delete;
+  CXoDsDir& operator=(const CXoDsDir&) = delete;
+
+  // Every entry under the search root: its path (an LDAP DN, or the ODBC
+  // scheme's entry key) and, at the same index, its detail (the entry's kind
+  // name and display name). False when the directory cannot be read.
+  bool Enumerate(std::vector<std::string>& entries, std::vector<std::string>& details);
+  // One entry: its kind (XoDsObjectClass) and two texts (its path and its
+  // display name). False when it is not there or cannot be read.
+  bool GetDirObjInfo(const std::string& entry, int32_t& kind, std::string& path,
+                     std::string& displayName);
+  // Checks a user's password against the directory.
+  bool Authenticate(const std::string& user, const std::string& password);
+  // "TYPE server root", for messages.
+  std::string GetDirSpec() const;
+  // Why the last call failed, in words.
+  const std::string& LastError() const { return lastError_; }
+
+ private:
+  CXoObjUserDirectory directory_;
+  std::unique_ptr<xo::directory::Provider> provider_;
+  std::string lastError_;
+};

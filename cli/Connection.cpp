@@ -1,0 +1,116 @@
+#include "cli/Connection.h"
+
+#include <termios.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <iostream>
+
+#include "XoObjStore.h"
+#include "cli/CommandGroups.h"
+#include "cli/PasswordInput.h"
+#include "frame/Handles.h"
+#include "store/StoreBackend.h"
+#include "store/XoStoreCodes.h"
+
+namespace xo::cli {
+namespace {
+
+std::string PromptPassword(const std::string& admin) {
+  if (!isatty(STDIN_FILENO)) {
+    throw CommandError("no password: set XO_PASSWORD, use --password-stdin, or run in a terminal",
+                       kExitUsage);
+  }
+  std::cerr << "Password for " << admin << ": " << std::flush;
+  termios saved{};
+  tcgetattr(STDIN_FILENO, &saved);
+  termios quiet = saved;
+  quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+  tcsetattr(STDIN_FILENO, TCSANOW, &quiet);
+  std::string password = ReadPasswordLine(std::cin);
+  tcsetattr(STDIN_FILENO, TCSANOW, &saved);
+  std::cerr << '\n';
+  return password;
+}
+
+std::string ChoosePassword(const ConnectionOptions& options) {
+  if (options.passwordFromStdin) return ReadPasswordLine(std::cin);
+  if (const char* fromEnvironment = std::getenv("XO_PASSWORD")) return fromEnvironment;
+  return PromptPassword(options.admin);
+}
+
+// Says why a store cannot be opened, before logging in, so that a person is
+// not told "wrong password" about a store that is not there.
+void CheckStoreOpens(const store::StoreLocation& where) {
+  std::string message;
+  if (!CXoObjStore::Init(message, false, false, false, false, false, false, true)) {
+    throw CommandError("cannot use the policy store at " + where.path + ": " + message);
+  }
+  CXoObjStore::Release();
+}
+
+}  // namespace
+
+void AddConnectionOptions(CLI::App& command, ConnectionOptions& options) {
+  command.add_option("--store", options.storeUri,
+                     "The store: sqlite:PATH or PATH (default: XO_POLICY_STORE, else the "
+                     "per-user data directory)")
+      ->type_name("URI");
+  command.add_option("--admin", options.admin, "Administrator to log in as (default: XO_ADMIN)")
+      ->type_name("NAME");
+  command.add_flag("--password-stdin", options.passwordFromStdin,
+                   "Read the password from the first line of standard input (else XO_PASSWORD, "
+                   "else a prompt)");
+}
+
+Connection::Connection(const ConnectionOptions& options) {
+  if (!options.storeUri.empty()) setenv("XO_POLICY_STORE", options.storeUri.c_str(), 1);
+  admin_ = options.admin;
+  if (admin_.empty() && std::getenv("XO_ADMIN")) admin_ = std::getenv("XO_ADMIN");
+  if (admin_.empty()) throw CommandError("give the administrator with --admin (or XO_ADMIN)", kExitUsage);
+  store::StoreLocation where = store::ResolveLocation();
+  CheckStoreOpens(where);
+  std::string password = ChoosePassword(options);
+  int32_t result = Xo_PolicyApi_Login(&handle_, nullptr, admin_.c_str(), password.c_str(),
+                                      "xopolicy", "", 0);
+  if (result != XO_OK) {
+    if (handle_) Xo_PolicyApi_Logout(handle_);
+    handle_ = nullptr;
+    throw CommandError("cannot log in to " + where.path + " as \"" + admin_ +
+                       "\": wrong administrator name or password");
+  }
+}
+
+Connection::~Connection() {
+  if (!handle_) return;
+  if (inTransaction_) Rollback();
+  Xo_PolicyApi_Logout(handle_);
+}
+
+namespace {
+const std::string& SessionId(PolicyApiSession* handle) { return handle->session->GetSessionID(); }
+}  // namespace
+
+void Connection::Begin() {
+  int32_t result = CXoObjStore::BeginTransaction(SessionId(handle_));
+  if (store::Failed(result)) {
+    throw CommandError(std::string("cannot start a transaction: ") + store::Describe(result));
+  }
+  inTransaction_ = true;
+}
+
+void Connection::Commit() {
+  inTransaction_ = false;
+  int32_t result = CXoObjStore::CommitTransaction(SessionId(handle_));
+  if (store::Failed(result)) {
+    throw CommandError(std::string("the changes could not be committed: ") +
+                       store::Describe(result));
+  }
+}
+
+void Connection::Rollback() {
+  inTransaction_ = false;
+  CXoObjStore::RollbackTransaction(SessionId(handle_));
+}
+
+}  // namespace xo::cli

@@ -1,0 +1,46 @@
+// A logged-in session of the tool: where the store is, who logs in, and the
+// password from XO_PASSWORD, standard input or a prompt without echo.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <string>
+
+#include "XoPolicyApi.h"
+
+namespace xo::cli {
+
+struct ConnectionOptions {
+  std::string storeUri;
+  std::string admin;
+  bool passwordFromStdin = false;
+};
+
+// Adds --store, --admin and --password-stdin to a command.
+void AddConnectionOptions(CLI::App& command, ConnectionOptions& options);
+
+class Connection {
+ public:
+  // Logs in, or throws CommandError saying why in words (store not found, not
+  // initialised, wrong name or password, ...).
+  explicit Connection(const ConnectionOptions& options);
+  ~Connection();
+  Connection(const Connection&) = delete;
+  Connection& operator=(const Connection&) = delete;
+
+  PolicyApiSession* Handle() const { return handle_; }
+  const std::string& AdminName() const { return admin_; }
+
+  // Groups the calls that follow into one store transaction: all of them
+  // take effect at Commit, none after Rollback (or if the tool stops first).
+  void Begin();
+  void Commit();
+  void Rollback();
+
+ private:
+  PolicyApiSession* handle_ = nullptr;
+  std::string admin_;
+  bool inTransaction_ = false;
+};
+
+}  // namespace xo::cli

@@ -1,0 +1,35 @@
+// What commands print: an aligned table for people, or with --json one JSON
+// object per record (stable keys) for scripts. Failures go to standard error
+// with the result code and its meaning, and a non-zero exit status.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+namespace xo::cli {
+
+using Json = nlohmann::ordered_json;
+
+struct OutputOptions {
+  bool json = false;
+};
+
+void AddOutputOptions(CLI::App& command, OutputOptions& options);
+
+// Prints records: with --json a JSON array of the objects as given; else a
+// table with one column per key of the first record, in key order.
+void PrintRecords(const OutputOptions& options, const std::vector<Json>& records);
+// Prints names (of a listing) one per line, or as a JSON array of strings.
+void PrintNames(const OutputOptions& options, const std::vector<std::string>& names);
+// A line saying what was done, or {"result": "ok", ...} with --json.
+void PrintDone(const OutputOptions& options, const std::string& message, Json details = {});
+
+// The meaning of a result code of the library, in words.
+std::string DescribeResult(int32_t code);
+// Throws CommandError "<what>: <meaning> (result <code>)" unless code is 0.
+void Check(int32_t code, const std::string& what);
+
+}  // namespace xo::cli

@@ -1,18 +1,144 @@
-// The attribute values of a response.
-// Not available yet: every function answers -1.
+// The attribute values of a response. Each value is an object of its own that
+// names its response and its dictionary attribute; the store finds them by
+// domain, and these calls pick out the response's.
+#include <algorithm>
+#include <string>
+
+#include "XoObjStore.h"
 #include "XoPolicyApi.h"
+#include "frame/Call.h"
+#include "frame/FetchEach.h"
+#include "frame/Fields.h"
+#include "frame/Guard.h"
+#include "frame/Names.h"
+#include "frame/Resolve.h"
+#include "frame/ResultCodes.h"
 
-XO_API Xo_PolicyApi_AddResponseAttr(PolicyApiSession* /*handle*/, const char* /*responseName*/,
-                                    const char* /*domainName*/, ResponseAttrRecord* /*attr*/) {
-  return XO_ERR_GENERAL;
+using namespace xo::frame;
+
+namespace {
+
+// The opening of every call here: the handle, the domain and MANAGE on it,
+// then the response within the domain.
+int32_t OpenResponse(Call& call, const PolicyApiSession* handle, const void* required,
+                     const char* responseName, const char* domainName, CXoObjId& response) {
+  if (int32_t rc = call.Open(handle, {required}); rc != XO_OK) return rc;
+  if (int32_t rc = call.AllowDomain(ArgText(domainName)); rc != XO_OK) return rc;
+  return ResolveResponse(call.Session(), ArgText(responseName), call.Domain(), response);
 }
 
-XO_API Xo_PolicyApi_RemoveResponseAttr(PolicyApiSession* /*handle*/, const char* /*responseName*/,
-                                       const char* /*domainName*/, ResponseAttrRecord* /*attr*/) {
-  return XO_ERR_GENERAL;
+int32_t DomainAttributes(const Call& call, CXoObjIdArray& ids) {
+  return SearchIds(call.Sid(), CXoObjResponseAttr(), CXoObjResponseAttr::Domain, call.Domain(),
+                   ids);
 }
 
-XO_API Xo_PolicyApi_GetResponseAttrs(PolicyApiSession* /*handle*/, const char* /*responseName*/,
-                                     const char* /*domainName*/, ResponseAttrRecord** /*list*/) {
-  return XO_ERR_GENERAL;
+// Policy servers hold responses in their caches; each change tells them.
+int32_t InvalidateResponse(const Call& call, const CXoObjId& response) {
+  const int32_t result = CXoObjStore::InvalidateCache(response, call.Domain(), true, call.Sid());
+  return StoreFailed(result) ? MapStoreResult(result) : XO_OK;
+}
+
+// Values compare without regard to ASCII case, whatever the locale.
+bool EqualIgnoringCase(const std::string& a, const std::string& b) {
+  const auto fold = [](char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+  };
+  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(),
+                                            [&](char x, char y) { return fold(x) == fold(y); });
+}
+
+// An empty value stands for every value of the attribute.
+bool Matches(const CXoObjResponseAttr& attr, const CXoObjId& response, const CXoObjId& dictAttr,
+             const std::string& value) {
+  return attr.GetResponseOid().IsEqual(response) && attr.GetVendorAttrOid().IsEqual(dictAttr) &&
+         (value.empty() || EqualIgnoringCase(value, attr.GetValue()));
+}
+
+}  // namespace
+
+XO_API Xo_PolicyApi_AddResponseAttr(PolicyApiSession* handle, const char* responseName,
+                                    const char* domainName, ResponseAttrRecord* attr) {
+  return Guarded([&]() -> int32_t {
+    Call call;
+    CXoObjId response;
+    if (int32_t rc = OpenResponse(call, handle, attr, responseName, domainName, response);
+        rc != XO_OK) {
+      return rc;
+    }
+    CXoObjId dictAttr;
+    if (int32_t rc = ResolveDictionaryAttr(call.Session(), FieldText(attr->attrName), dictAttr);
+        rc != XO_OK) {
+      return rc;
+    }
+
+    CXoObjResponseAttr object(FieldText(attr->value), dictAttr, response, attr->attrInt1,
+                              attr->attrInt2, call.Domain());
+    const int32_t saved = CXoObjStore::Save(object, false, call.Sid());
+    if (StoreFailed(saved)) return MapStoreResult(saved);
+    return InvalidateResponse(call, response);
+  });
+}
+
+XO_API Xo_PolicyApi_RemoveResponseAttr(PolicyApiSession* handle, const char* responseName,
+                                       const char* domainName, ResponseAttrRecord* attr) {
+  return Guarded([&]() -> int32_t {
+    Call call;
+    CXoObjId response;
+    if (int32_t rc = OpenResponse(call, handle, attr, responseName, domainName, response);
+        rc != XO_OK) {
+      return rc;
+    }
+    CXoObjId dictAttr;
+    if (int32_t rc = ResolveDictionaryAttr(call.Session(), FieldText(attr->attrName), dictAttr);
+        rc != XO_OK) {
+      return rc;
+    }
+    const std::string value = FieldText(attr->value);
+
+    CXoObjIdArray ids;
+    if (int32_t rc = DomainAttributes(call, ids); rc != XO_OK) return rc;
+    bool removed = false;
+    const int32_t rc = FetchEach<CXoObjResponseAttr>(
+        call.Sid(), ids, [&](const CXoObjResponseAttr& stored) -> int32_t {
+          if (!Matches(stored, response, dictAttr, value)) return XO_OK;
+          const int32_t deleted = CXoObjStore::Delete(stored.GetOid(), call.Sid());
+          if (StoreFailed(deleted)) return MapStoreResult(deleted);
+          removed = true;
+          return InvalidateResponse(call, response);
+        });
+    if (rc != XO_OK) return rc;
+    return removed ? XO_OK : XO_ERR_NOT_MEMBER;
+  });
+}
+
+XO_API Xo_PolicyApi_GetResponseAttrs(PolicyApiSession* handle, const char* responseName,
+                                     const char* domainName, ResponseAttrRecord** list) {
+  return Guarded([&]() -> int32_t {
+    Call call;
+    CXoObjId response;
+    if (int32_t rc = OpenResponse(call, handle, list, responseName, domainName, response);
+        rc != XO_OK) {
+      return rc;
+    }
+    CXoObjIdArray ids;
+    if (int32_t rc = DomainAttributes(call, ids); rc != XO_OK) return rc;
+
+    const auto ofResponse = [&](const CXoObjResponseAttr& stored) {
+      return stored.GetResponseOid().IsEqual(response);
+    };
+    const auto fill = [&](ResponseAttrRecord& record, const CXoObjResponseAttr& stored) -> int32_t {
+      std::string attrName;
+      if (int32_t rc = DictionaryAttrName(call.Session(), stored.GetVendorAttrOid(), attrName);
+          rc != XO_OK) {
+        return rc;
+      }
+      CopyToField(record.objectId, stored.GetOid().GetOidString());
+      CopyToField(record.attrName, attrName);
+      CopyToField(record.value, stored.GetValue());
+      record.attrInt1 = stored.GetInt1();
+      record.attrInt2 = stored.GetInt2();
+      return XO_OK;
+    };
+    return FilteredRecords<CXoObjResponseAttr>(call.Sid(), ids, ofResponse, fill, list);
+  });
 }

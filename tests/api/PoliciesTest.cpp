@@ -1,0 +1,153 @@
+// Policies: adding, rewriting, reading and deleting them.
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "XoStoreCodes.h"
+#include "support/ApiTest.h"
+
+namespace xo::test {
+namespace {
+
+using xo::store::kBusy;
+
+PolicyRecord Record(const char* name, const char* description = "", uint8_t flag = 0) {
+  PolicyRecord record;
+  std::memset(&record, 0, sizeof record);
+  std::strcpy(record.name, name);
+  std::strcpy(record.description, description);
+  std::strcpy(record.policyText1, "one");
+  record.policyFlag = flag;
+  std::strcpy(record.policyText2, "two");
+  return record;
+}
+
+class PoliciesTest : public ApiTest {
+ protected:
+  void SetUp() override {
+    ApiTest::SetUp();
+    domain_ = Store().Domain("sales");
+  }
+  CXoObjId Add(PolicyRecord record, uint8_t update = 0) {
+    EXPECT_EQ(Xo_PolicyApi_AddPolicy(handle_, "sales", &record, update), 0);
+    return CXoObjId(std::string(record.objectId));
+  }
+  // The caller's pointer must be left alone on failure.
+  int32_t Get(const char* name, std::vector<PolicyRecord>* found = nullptr) {
+    PolicyRecord* const untouched = reinterpret_cast<PolicyRecord*>(this);
+    PolicyRecord* list = untouched;
+    const int32_t rc = Xo_PolicyApi_GetPolicy(handle_, name, "sales", &list);
+    if (rc != 0) {
+      EXPECT_EQ(list, untouched);
+      return rc;
+    }
+    for (PolicyRecord* r = list; found != nullptr && r != nullptr; r = r->next) {
+      found->push_back(*r);
+      found->back().next = nullptr;
+    }
+    return Xo_PolicyApi_FreeMemory(list);
+  }
+
+  CXoObjId domain_;
+};
+
+TEST_F(PoliciesTest, AddedPolicyReadsBackByteForByteAndIsAlwaysEnabled) {
+  const CXoObjId id = Add(Record("staff", "all staff", 1));
+  CXoObjPolicy stored;
+  ASSERT_TRUE(Store().Load(id, stored));
+  EXPECT_TRUE(stored.GetEnabled());
+  EXPECT_TRUE(stored.GetTime().IsEmpty());
+  EXPECT_EQ(stored.GetDomainOid(), domain_);
+
+  std::vector<PolicyRecord> found;
+  ASSERT_EQ(Get("staff", &found), 0);
+  ASSERT_EQ(found.size(), 1u);
+  PolicyRecord expected = Record("staff", "all staff", 1);
+  expected.recordType = PolicyRecordType;
+  std::strcpy(expected.objectId, id.GetOidString().c_str());
+  EXPECT_EQ(std::memcmp(&found[0], &expected, sizeof expected), 0);
+}
+
+TEST_F(PoliciesTest, UpdateRewritesByNameAndEveryPolicyOfANameIsReadAndDeleted) {
+  const CXoObjId id = Add(Record("staff", "old", 1));
+  EXPECT_EQ(Add(Record("staff", "new"), 1), id);
+  EXPECT_NE(Add(Record("guests"), 1), id);
+  PolicyRecord taken = Record("staff");
+  EXPECT_EQ(Xo_PolicyApi_AddPolicy(handle_, "sales", &taken, 0), Mapped(xo::store::kNameTaken));
+
+  const CXoObjId twin = Duplicate(id);
+  CXoObjPolicyLink link(Store().Rule(domain_, Store().Realm(domain_, "web"), "get"), NullObjectId,
+                        id, domain_);
+  Store().Save(link);
+  std::vector<PolicyRecord> found;
+  ASSERT_EQ(Get("staff", &found), 0);
+  ASSERT_EQ(found.size(), 2u);
+  EXPECT_STREQ(found[0].description, "new");
+  EXPECT_EQ(found[0].policyFlag, 0);
+  EXPECT_EQ(found[1].objectId, twin.GetOidString());
+
+  EXPECT_EQ(Xo_PolicyApi_DeletePolicy(handle_, "nothing", "sales"), 0);
+  EXPECT_EQ(Xo_PolicyApi_DeletePolicy(handle_, "staff", "sales"), 0);
+  for (const CXoObjId& gone : {id, twin, link.GetOid()}) EXPECT_FALSE(Store().Exists(gone));
+  found.clear();
+  EXPECT_EQ(Get("staff", &found), 0);
+  EXPECT_TRUE(found.empty());
+}
+
+TEST_F(PoliciesTest, RefusedCallsChangeNothing) {
+  Add(Record("staff"));
+  CXoObjId danaId;
+  PolicyApiSession* dana = LoginAs("dana", XO_ADMIN_DOMAIN, &danaId);
+  Store().AppendToDomainList(Store().Domain("other"), CXoObjDomain::Admins, danaId);
+  PolicyRecord record = Record("new");
+  PolicyRecord unterminated = Record("new");
+  std::memset(unterminated.policyText2, 't', sizeof unterminated.policyText2);
+
+  const std::string before = Snapshot();
+  EXPECT_EQ(Xo_PolicyApi_AddPolicy(dana, "sales", &record, 0), XO_ERR_GENERAL);
+  EXPECT_EQ(Xo_PolicyApi_DeletePolicy(dana, "staff", "sales"), XO_ERR_GENERAL);
+  EXPECT_EQ(Xo_PolicyApi_GetPolicy(dana, "staff", "sales", nullptr), XO_ERR_GENERAL);
+  EXPECT_EQ(Xo_PolicyApi_AddPolicy(handle_, "sales", nullptr, 0), XO_ERR_GENERAL);
+  EXPECT_EQ(Xo_PolicyApi_AddPolicy(handle_, nullptr, &record, 0), XO_ERR_EMPTY_NAME);
+  EXPECT_EQ(Xo_PolicyApi_AddPolicy(handle_, "unknown", &record, 0), XO_ERR_GENERAL);
+  EXPECT_EQ(Xo_PolicyApi_AddPolicy(handle_, "sales", &unterminated, 1),
+            Mapped(xo::store::kTextTooLong));
+  EXPECT_EQ(Get(std::string(1500, 'n').c_str()), Mapped(xo::store::kTextTooLong));
+  EXPECT_EQ(Snapshot(), before);
+  EXPECT_EQ(record.objectId[0], '\0');
+}
+
+TEST_F(PoliciesTest, StoreAndAllocationFailures) {
+  // The domain's search comes first, then the rights.
+  const auto answers = [](StoreOp op, int n) {
+    if (op == StoreOp::ReadRights) return XO_ERR_GENERAL;
+    return op == StoreOp::Search && n == 1 ? XO_ERR_DOMAIN_SEARCH : Mapped(kBusy);
+  };
+  PolicyRecord record = Record("staff");
+  const auto add = [&] { return Xo_PolicyApi_AddPolicy(handle_, "sales", &record, 0); };
+  const auto update = [&] { return Xo_PolicyApi_AddPolicy(handle_, "sales", &record, 1); };
+  EXPECT_EQ(SweepStoreFailures(StoreOp::Any, kBusy, add, answers), 3);
+  // A failed look-up for the update leaves the policy new.
+  EXPECT_EQ(SweepStoreFailures(StoreOp::Any, kBusy, update,
+                               [&](StoreOp op, int n) {
+                                 return op == StoreOp::Search && n == 2 ? kAbsorbed
+                                                                        : answers(op, n);
+                               }),
+            4);
+  Duplicate(CXoObjId(std::string(record.objectId)));
+  EXPECT_EQ(SweepStoreFailures(
+                StoreOp::Any, kBusy, [&] { return Get("staff"); }, answers),
+            5);
+  EXPECT_EQ(SweepAllocationFailures([&] { return Get("staff"); }, XO_ERR_GENERAL), 2);
+  // What was deleted before a failed delete stays deleted.
+  EXPECT_EQ(
+      SweepStoreFailures(
+          StoreOp::Any, kBusy, [&] { return Xo_PolicyApi_DeletePolicy(handle_, "staff", "sales"); },
+          [&](StoreOp op, int n) {
+            return op == StoreOp::Delete && n == 2 ? kAbsorbed : answers(op, n);
+          }),
+      5);
+}
+
+}  // namespace
+}  // namespace xo::test

@@ -1,0 +1,184 @@
+// Responses: adding, rewriting, reading and deleting them.
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "XoStoreCodes.h"
+#include "support/ApiTest.h"
+
+namespace xo::test {
+namespace {
+
+using xo::store::kBusy;
+
+ResponseRecord Record(const char* name, const char* description = "",
+                      const char* agentType = "HTTP Agent") {
+  ResponseRecord record;
+  std::memset(&record, 0, sizeof record);
+  std::strcpy(record.name, name);
+  std::strcpy(record.description, description);
+  std::strcpy(record.agentTypeName, agentType);
+  return record;
+}
+
+class ResponsesTest : public ApiTest {
+ protected:
+  void SetUp() override {
+    ApiTest::SetUp();
+    domain_ = Store().Domain("sales");
+  }
+  int32_t Add(ResponseRecord record, uint8_t update = 0) {
+    return Xo_PolicyApi_AddResponse(handle_, "sales", &record, update);
+  }
+  // The caller's pointer must be left alone on failure.
+  int32_t Get(const char* name, std::vector<ResponseRecord>* found = nullptr) {
+    ResponseRecord* const untouched = reinterpret_cast<ResponseRecord*>(this);
+    ResponseRecord* list = untouched;
+    const int32_t rc = Xo_PolicyApi_GetResponse(handle_, name, "sales", &list);
+    if (rc != 0) {
+      EXPECT_EQ(list, untouched);
+      return rc;
+    }
+    for (ResponseRecord* r = list; found != nullptr && r != nullptr; r = r->next) {
+      found->push_back(*r);
+      found->back().next = nullptr;
+    }
+    return Xo_PolicyApi_FreeMemory(list);
+  }
+  CXoObjId IdOf(const char* name) {
+    std::vector<ResponseRecord> found;
+    EXPECT_EQ(Get(name, &found), 0);
+    return found.empty() ? CXoObjId() : CXoObjId(std::string(found[0].objectId));
+  }
+
+  CXoObjId domain_;
+};
+
+TEST_F(ResponsesTest, AddedResponseReadsBackByteForByte) {
+  ResponseRecord record = Record("welcome", "greets", "RADIUS Agent");
+  std::memset(record.objectId, 'x', sizeof record.objectId);
+  const ResponseRecord given = record;
+  ASSERT_EQ(Xo_PolicyApi_AddResponse(handle_, "sales", &record, 0), 0);
+  EXPECT_EQ(std::memcmp(&record, &given, sizeof record), 0) << "no identifier is written back";
+
+  std::vector<ResponseRecord> found;
+  ASSERT_EQ(Get("welcome", &found), 0);
+  ASSERT_EQ(found.size(), 1u);
+  ResponseRecord expected = Record("welcome", "greets", "RADIUS Agent");
+  expected.recordType = ResponseRecordType;
+  std::strcpy(expected.objectId, found[0].objectId);
+  EXPECT_EQ(std::memcmp(&found[0], &expected, sizeof expected), 0);
+  CXoObjResponse stored;
+  ASSERT_TRUE(Store().Load(IdOf("welcome"), stored));
+  EXPECT_EQ(stored.GetAgentTypeOid(), WellKnownObjectId16B);
+  EXPECT_EQ(stored.GetDomainOid(), domain_);
+  EXPECT_TRUE(stored.Flag(CXoObjResponse::Flag1) && stored.Flag(CXoObjResponse::Flag2) &&
+              stored.Flag(CXoObjResponse::Flag3));
+}
+
+TEST_F(ResponsesTest, UpdateRewritesOnlyAResponseOfTheNameAndKeepsItsAttributes) {
+  ASSERT_EQ(Add(Record("welcome", "old")), 0);
+  const CXoObjId id = IdOf("welcome");
+  CXoObjResponseAttr attr("staff", Store().DictionaryAttr("Custom"), id, 0, 0, domain_);
+  Store().Save(attr);
+  EXPECT_EQ(Add(Record("welcome")), Mapped(xo::store::kNameTaken));
+  ASSERT_EQ(Add(Record("welcome", "new", "RADIUS Agent"), 1), 0);
+  std::vector<ResponseRecord> found;
+  ASSERT_EQ(Get("welcome", &found), 0);
+  ASSERT_EQ(found.size(), 1u);
+  EXPECT_EQ(found[0].objectId, id.GetOidString());
+  EXPECT_STREQ(found[0].agentTypeName, "RADIUS Agent");
+  EXPECT_TRUE(Store().Exists(attr.GetOid()));
+
+  // The attribute list may be empty, or reported absent.
+  ASSERT_EQ(Add(Record("bare")), 0);
+  EXPECT_EQ(Add(Record("bare", "still bare"), 1), 0);
+  Faults().FailAt(StoreOp::FetchProperty, 1, xo::store::kPropertyAbsent);
+  EXPECT_EQ(Add(Record("bare", "absent list"), 1), 0);
+
+  // A name held by no response, or by two, creates nothing.
+  Duplicate(id);
+  const std::string before = Snapshot();
+  EXPECT_EQ(Add(Record("unknown"), 1), XO_ERR_RESPONSE_SEARCH);
+  EXPECT_EQ(Add(Record("welcome"), 1), XO_ERR_RESPONSE_SEARCH);
+  EXPECT_EQ(Snapshot(), before);
+}
+
+TEST_F(ResponsesTest, EveryResponseOfTheNameIsReadAndDeletedWithItsAttributes) {
+  ASSERT_EQ(Add(Record("welcome")), 0);
+  const CXoObjId first = IdOf("welcome");
+  CXoObjResponseAttr attr("staff", Store().DictionaryAttr("Custom"), first, 0, 0, domain_);
+  Store().Save(attr);
+  const CXoObjId second = Duplicate(first);
+  std::vector<ResponseRecord> found;
+  ASSERT_EQ(Get("welcome", &found), 0);
+  ASSERT_EQ(found.size(), 2u);
+  EXPECT_EQ(found[1].objectId, second.GetOidString());
+  EXPECT_STREQ(found[1].agentTypeName, "HTTP Agent");
+
+  EXPECT_EQ(Xo_PolicyApi_DeleteResponse(handle_, "nothing", "sales"), 0);
+  EXPECT_EQ(Xo_PolicyApi_DeleteResponse(handle_, "welcome", "sales"), 0);
+  for (const CXoObjId& gone : {first, second, attr.GetOid()}) EXPECT_FALSE(Store().Exists(gone));
+}
+
+TEST_F(ResponsesTest, RefusedCallsChangeNothing) {
+  ASSERT_EQ(Add(Record("welcome")), 0);
+  CXoObjId danaId;
+  PolicyApiSession* dana = LoginAs("dana", XO_ADMIN_DOMAIN, &danaId);
+  Store().AppendToDomainList(Store().Domain("other"), CXoObjDomain::Admins, danaId);
+  ResponseRecord record = Record("new");
+  ResponseRecord unterminated = Record("new");
+  std::memset(unterminated.description, 'd', sizeof unterminated.description);
+
+  const std::string before = Snapshot();
+  EXPECT_EQ(Xo_PolicyApi_AddResponse(dana, "sales", &record, 0), XO_ERR_GENERAL);
+  EXPECT_EQ(Xo_PolicyApi_DeleteResponse(dana, "welcome", "sales"), XO_ERR_GENERAL);
+  EXPECT_EQ(Xo_PolicyApi_GetResponse(dana, "welcome", "sales", nullptr), XO_ERR_GENERAL);
+  EXPECT_EQ(Xo_PolicyApi_AddResponse(handle_, "sales", nullptr, 0), XO_ERR_GENERAL);
+  EXPECT_EQ(Xo_PolicyApi_AddResponse(handle_, "", &record, 0), XO_ERR_EMPTY_NAME);
+  EXPECT_EQ(Add(Record("new", "", "")), XO_ERR_EMPTY_NAME);
+  EXPECT_EQ(Add(Record("new", "", "Telnet Agent")), XO_ERR_GENERAL);
+  EXPECT_EQ(Add(unterminated), Mapped(xo::store::kTextTooLong));
+  EXPECT_EQ(Get(std::string(1500, 'r').c_str()), Mapped(xo::store::kTextTooLong));
+  EXPECT_EQ(Snapshot(), before);
+}
+
+TEST_F(ResponsesTest, StoreAndAllocationFailures) {
+  // The searches' own codes in call order; -1 for the rights, else mapped.
+  const auto answers = [](std::vector<int32_t> searches) {
+    return [searches](StoreOp op, int n) {
+      if (op == StoreOp::ReadRights) return XO_ERR_GENERAL;
+      const bool own = op == StoreOp::Search && n <= static_cast<int>(searches.size());
+      return own ? searches[n - 1] : Mapped(kBusy);
+    };
+  };
+  const auto adding =
+      answers({XO_ERR_DOMAIN_SEARCH, XO_ERR_AGENT_TYPE_SEARCH, XO_ERR_RESPONSE_SEARCH});
+  const auto byName = answers({XO_ERR_DOMAIN_SEARCH});
+  ResponseRecord record = Record("welcome");
+  const auto add = [&] { return Xo_PolicyApi_AddResponse(handle_, "sales", &record, 0); };
+  const auto update = [&] { return Xo_PolicyApi_AddResponse(handle_, "sales", &record, 1); };
+  EXPECT_EQ(SweepStoreFailures(StoreOp::Any, kBusy, add, adding), 4);
+  EXPECT_EQ(SweepStoreFailures(StoreOp::Any, kBusy, update, adding), 6);
+
+  Duplicate(IdOf("welcome"));
+  // Each response is followed by its agent type, which reads as an empty
+  // name when it cannot be fetched.
+  EXPECT_EQ(SweepStoreFailures(
+                StoreOp::Any, kBusy, [&] { return Get("welcome"); },
+                [&](StoreOp op, int n) {
+                  return op == StoreOp::Fetch && n % 2 == 0 ? 0 : byName(op, n);
+                }),
+            7);
+  EXPECT_EQ(SweepAllocationFailures([&] { return Get("welcome"); }, XO_ERR_GENERAL), 2);
+  EXPECT_EQ(SweepStoreFailures(
+                StoreOp::Any, kBusy,
+                [&] { return Xo_PolicyApi_DeleteResponse(handle_, "welcome", "sales"); },
+                [&](StoreOp op, int n) {
+                  return op == StoreOp::Delete && n == 2 ? kAbsorbed : byName(op, n);
+                }),
+            5);
+}
+
+}  // namespace
+}  // namespace xo::test

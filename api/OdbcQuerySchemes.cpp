@@ -1,18 +1,81 @@
-// ODBC query schemes of database-backed directories.
-// Not available yet: every function answers -1.
+// ODBC query schemes: the query texts through which a database-backed user
+// directory is searched. System-level objects, named uniquely.
+#include <string>
+
+#include "XoObjStore.h"
 #include "XoPolicyApi.h"
+#include "frame/Call.h"
+#include "frame/DeleteByName.h"
+#include "frame/FetchedRecords.h"
+#include "frame/Fields.h"
+#include "frame/Guard.h"
+#include "frame/Resolve.h"
+#include "frame/ResultCodes.h"
 
-XO_API Xo_PolicyApi_CreateODBCQueryScheme(PolicyApiSession* /*handle*/,
-                                          OdbcQuerySchemeRecord* /*scheme*/, uint8_t /*update*/) {
-  return XO_ERR_GENERAL;
+using namespace xo::frame;
+
+namespace {
+
+CXoObjODBCQuery FromRecord(const OdbcQuerySchemeRecord& r) {
+  return CXoObjODBCQuery(FieldText(r.name), FieldText(r.description), FieldText(r.query[0]),
+                         FieldText(r.query[1]), FieldText(r.query[2]), FieldText(r.query[3]),
+                         FieldText(r.query[4]), FieldText(r.query[5]), FieldText(r.query[6]),
+                         FieldText(r.query[7]), FieldText(r.query[8]), FieldText(r.query[9]),
+                         FieldText(r.query[10]), FieldText(r.query[11]), FieldText(r.query[12]),
+                         FieldText(r.query[13]), FieldText(r.query[14]));
 }
 
-XO_API Xo_PolicyApi_DeleteODBCQueryScheme(PolicyApiSession* /*handle*/,
-                                          const char* /*schemeName*/) {
-  return XO_ERR_GENERAL;
+int32_t FillRecord(OdbcQuerySchemeRecord& record, const CXoObjODBCQuery& scheme) {
+  CopyToField(record.objectId, scheme.GetOid().GetOidString());
+  CopyToField(record.name, scheme.GetName());
+  CopyToField(record.description, scheme.GetDescription());
+  for (int i = 0; i < CXoObjODBCQuery::kQueries; ++i) {
+    CopyToField(record.query[i], scheme.GetQuery(i));
+  }
+  return XO_OK;
 }
 
-XO_API Xo_PolicyApi_GetODBCQueryScheme(PolicyApiSession* /*handle*/, const char* /*schemeName*/,
-                                       OdbcQuerySchemeRecord** /*list*/) {
-  return XO_ERR_GENERAL;
+}  // namespace
+
+XO_API Xo_PolicyApi_CreateODBCQueryScheme(PolicyApiSession* handle, OdbcQuerySchemeRecord* scheme,
+                                          uint8_t update) {
+  return Guarded([&]() -> int32_t {
+    Call call;
+    if (int32_t rc = call.Open(handle, {scheme}); rc != XO_OK) return rc;
+    if (int32_t rc = call.AllowSystem(); rc != XO_OK) return rc;
+
+    CXoObjODBCQuery object = FromRecord(*scheme);
+    if (update != 0) {
+      // A name no single scheme has makes a new scheme.
+      CXoObjId stored;
+      if (ResolveOdbcQuery(call.Session(), object.GetName(), stored) == XO_OK)
+        object.SetOid(stored);
+    }
+    const int32_t saved = CXoObjStore::Save(object, update != 0, call.Sid());
+    return StoreFailed(saved) ? MapStoreResult(saved) : XO_OK;
+  });
+}
+
+XO_API Xo_PolicyApi_DeleteODBCQueryScheme(PolicyApiSession* handle, const char* schemeName) {
+  return Guarded([&] {
+    // Directories that name a deleted scheme are left naming none.
+    CXoObjODBCQuery templ;
+    return DeleteByName(handle, ArgText(schemeName), "", CXoObjODBCQuery::Name, templ,
+                        RightsScope::System);
+  });
+}
+
+XO_API Xo_PolicyApi_GetODBCQueryScheme(PolicyApiSession* handle, const char* schemeName,
+                                       OdbcQuerySchemeRecord** list) {
+  return Guarded([&]() -> int32_t {
+    Call call;
+    if (int32_t rc = call.Open(handle, {list}); rc != XO_OK) return rc;
+    if (int32_t rc = call.AllowSystem(); rc != XO_OK) return rc;
+
+    CXoObjIdArray hits;
+    const int32_t found = CXoObjStore::Search(CXoObjODBCQuery(), hits, CXoObjODBCQuery::Name,
+                                              ArgText(schemeName), call.Sid());
+    if (StoreFailed(found)) return MapStoreResult(found);
+    return FetchedRecords<CXoObjODBCQuery>(call.Sid(), hits, FillRecord, list);
+  });
 }

@@ -20,6 +20,32 @@ std::string DomainName(int64_t index);
 // made on first use.
 const std::string& PopulatedStore(int64_t domains);
 
+// Indexes below `count` visited in a scattered order, so that look-ups do not
+// walk an index in sequence.
+class ScatteredIndex {
+ public:
+  explicit ScatteredIndex(int64_t count) : count_(count) {}
+  int64_t Next() {
+    state_ = state_ * 6364136223846793005ULL + 1442695040888963407ULL;
+    return static_cast<int64_t>((state_ >> 33) % static_cast<uint64_t>(count_));
+  }
+
+ private:
+  int64_t count_;
+  uint64_t state_ = 42;
+};
+
+// A store whose domain kRuleDomain holds `rules` rules named RuleName(i), in
+// realm RuleRealm(i), beside the policy kPolicy and the response kResponse;
+// made on first use, through the API.
+constexpr const char* kRuleDomain = "rules-domain";
+constexpr const char* kPolicy = "bench-policy";
+constexpr const char* kResponse = "bench-response";
+constexpr int64_t kRealms = 10;
+std::string RuleName(int64_t index);
+std::string RuleRealm(int64_t index);
+const std::string& PopulatedRuleStore(int64_t rules);
+
 // Points XO_POLICY_STORE at a store until the end of the scope.
 class StoreSelection {
  public:

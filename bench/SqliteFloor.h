@@ -24,12 +24,33 @@ class FloorTable {
   bool SelectByName(const std::string& name);
 
  private:
-  void Exec(const char* sql);
-  sqlite3_stmt* Prepare(const char* sql);
-
   sqlite3* db_ = nullptr;
   sqlite3_stmt* insert_ = nullptr;
   sqlite3_stmt* select_ = nullptr;
+};
+
+// The floor under rules: a table of `rows` rules of one domain, keyed by
+// realm and name like the store's, in RuleRealm(i) and named RuleName(i).
+class RuleFloorTable {
+ public:
+  explicit RuleFloorTable(int64_t rows);
+  ~RuleFloorTable();
+  RuleFloorTable(const RuleFloorTable&) = delete;
+  RuleFloorTable& operator=(const RuleFloorTable&) = delete;
+
+  // One row; outside an explicit transaction it is committed on its own.
+  bool Insert(const std::string& realm, const std::string& name);
+  // The row of that realm and name, read through its index.
+  bool Select(const std::string& realm, const std::string& name);
+  // Every rule of the domain in creation order, through the domain's index;
+  // the number of rows read.
+  int64_t SelectAll();
+
+ private:
+  sqlite3* db_ = nullptr;
+  sqlite3_stmt* insert_ = nullptr;
+  sqlite3_stmt* select_ = nullptr;
+  sqlite3_stmt* selectAll_ = nullptr;
 };
 
 }  // namespace xo::bench

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "Ratios.h"
+
 namespace {
 
 // Keeps the real time per iteration of every run, in microseconds (the median
@@ -26,26 +28,23 @@ class SummaryReporter : public benchmark::ConsoleReporter {
     }
   }
 
+  // A row for each run of a registered call whose floor ran with the same
+  // argument (or without one).
   void PrintRatios() const {
-    struct Pair {
-      const char* call;
-      const char* floor;
-    };
-    // Login verifies an Argon2id hash and writes and ends a session, so its
-    // floor is only a lower bound.
-    const Pair pairs[] = {{"LoginLogout", "SqliteInsertCommit"},
-                          {"AddDomain", "SqliteInsertCommit"},
-                          {"GetDomain", "SqlitePointSelect"},
-                          {"ResolveDomain", "SqlitePointSelect"}};
-    std::printf("\n%-14s %8s %12s  %-19s %10s %9s\n", "call", "domains", "call (us)", "floor",
+    std::printf("\n%-18s %8s %12s  %-22s %10s %9s\n", "call", "size", "call (us)", "floor",
                 "floor (us)", "ratio");
-    for (const char* size : {"1000", "100000"}) {
-      for (const Pair& pair : pairs) {
-        auto call = microseconds_.find(std::string(pair.call) + "/" + size);
-        auto floor = microseconds_.find(std::string(pair.floor) + "/" + size);
-        if (call == microseconds_.end() || floor == microseconds_.end()) continue;
-        std::printf("%-14s %8s %12.2f  %-19s %10.2f %8.1fx\n", pair.call, size, call->second,
-                    pair.floor, floor->second, call->second / floor->second);
+    for (const xo::bench::RatioPair& pair : xo::bench::Ratios()) {
+      for (const auto& [name, callTime] : microseconds_) {
+        std::string size;
+        if (name != pair.call) {
+          if (name.rfind(pair.call + "/", 0) != 0) continue;
+          size = name.substr(pair.call.size() + 1);
+        }
+        auto floor = microseconds_.find(size.empty() ? pair.floor : pair.floor + "/" + size);
+        if (floor == microseconds_.end()) continue;
+        std::printf("%-18s %8s %12.2f  %-22s %10.2f %8.1fx\n", pair.call.c_str(),
+                    size.empty() ? "-" : size.c_str(), callTime, pair.floor.c_str(), floor->second,
+                    callTime / floor->second);
       }
     }
   }

@@ -25,10 +25,18 @@ class CXoAdmUserDirectory {
                                  std::string& message, const CXoAdmSession& session);
   // Whether the session's administrator may manage this directory's users.
   virtual XoAdmError IsAllowed(const CXoAdmSession& session, std::string& message);
+  // The path of the entry that a name (or path) finds in the directory.
   virtual XoAdmError SearchValue(const std::string& name, std::string& value,
                                  const CXoAdmSession& session);
+  // Whether the stored directory's settings can work: 0, or kInvalidArgument.
   virtual XoAdmError ValidateProps(const CXoAdmSession& session);
 
  private:
+  class Opened;
+  // The rights check, the fetch of the directory, then `operation` on it.
+  template <class Operation>
+  XoAdmError Run(const CXoAdmSession& session, std::string& message, const std::string& what,
+                 Operation&& operation);
+
   CXoObjId directory_;
 };

@@ -29,28 +29,46 @@ class Provider;
 
 class CXoDsDir {
  public:
-  // The directory as it was fetched from the store.
+  // The directory as it was fetched from the store. An ODBC directory's query
+  // scheme is read on the store's own connection.
   explicit CXoDsDir(const CXoObjUserDirectory& directory);
+  // An ODBC directory with its query scheme already fetched.
+  CXoDsDir(const CXoObjUserDirectory& directory, const CXoObjODBCQuery& queries);
   virtual ~CXoDsDir();
   CXoDsDir(const CXoDsDir&) = delete;
   CXoDsDir& operator=(const CXoDsDir&) = delete;
 
   // Every entry under the search root: its path (an LDAP DN, or the ODBC
   // scheme's entry key) and, at the same index, its detail (the entry's kind
-  // name and display name). False when the directory cannot be read.
+  // name and display name: "User: Alice Liddell"). False when the directory
+  // cannot be read; the lists are then left as they were.
   bool Enumerate(std::vector<std::string>& entries, std::vector<std::string>& details);
   // One entry: its kind (XoDsObjectClass) and two texts (its path and its
   // display name). False when it is not there or cannot be read.
   bool GetDirObjInfo(const std::string& entry, int32_t& kind, std::string& path,
                      std::string& displayName);
-  // Checks a user's password against the directory.
+  // Checks a user's password against the directory. An empty password is
+  // always refused.
   bool Authenticate(const std::string& user, const std::string& password);
+  // A user's password and disabled state (the reason as an integer, 0 when
+  // the user is not disabled; setting 0 clears it). The user is named by
+  // path or by name, as for GetDirObjInfo.
+  bool SetPassword(const std::string& user, const std::string& password);
+  bool GetDisabled(const std::string& user, int32_t& reason);
+  bool SetDisabled(const std::string& user, int32_t reason);
+  // Paths of the groups that list a user, and of the members of a group.
+  bool GetGroups(const std::string& user, std::vector<std::string>& groups);
+  bool GetMembers(const std::string& group, std::vector<std::string>& members);
   // "TYPE server root", for messages.
   std::string GetDirSpec() const;
   // Why the last call failed, in words.
   const std::string& LastError() const { return lastError_; }
 
  private:
+  // Runs a provider operation, keeping its error; false without a provider.
+  template <class Operation>
+  bool Use(Operation&& operation);
+
   CXoObjUserDirectory directory_;
   std::unique_ptr<xo::directory::Provider> provider_;
   std::string lastError_;

@@ -9,6 +9,10 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   gcc-multilib g++-multilib
   libcli11-dev nlohmann-json3-dev clang-format
+  # User directories: OpenLDAP's client library and unixODBC to build against;
+  # slapd, its tools and the SQLite ODBC driver for the directory tests.
+  libldap-dev unixodbc unixodbc-dev odbcinst libsqliteodbc
+  slapd ldap-utils
 )
 
 missing=()
@@ -35,5 +39,8 @@ fi
 
 echo "setup: installing ${missing[*]}"
 export DEBIAN_FRONTEND=noninteractive
+# The tests run slapd servers of their own: the package must neither ask
+# questions nor set up a system directory of its own.
+echo "slapd slapd/no_configuration boolean true" | "${as_root[@]}" debconf-set-selections
 "${as_root[@]}" apt-get update
 "${as_root[@]}" apt-get install -y --no-install-recommends "${packages[@]}"

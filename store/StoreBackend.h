@@ -60,6 +60,10 @@ class IStoreBackend {
   virtual int32_t EndSession(const std::string& sessionId) = 0;
   virtual int32_t ReadRights(const std::string& sessionId, const CXoObjId& scope,
                              AdminRights& out) = 0;
+  // Reads a whole object, named by its identifier, on the store's own
+  // connection: for what login needs before a session exists (the user
+  // directory of a directory-bound administrator and its query scheme).
+  virtual int32_t FetchWithoutSession(CXoObjBase& object) = 0;
 
   // Objects.
   virtual int32_t Fetch(CXoObjBase& object, uint32_t prop, const XoPropValue* value,

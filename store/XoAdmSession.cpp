@@ -4,6 +4,7 @@
 
 #include <stdexcept>
 
+#include "DirectoryLogin.h"
 #include "StoreBackend.h"
 #include "XoStoreCodes.h"
 #include "platform/Random.h"
@@ -114,12 +115,9 @@ XoAdmError CXoAdmSession::Login(std::string& message, bool) {
   }
   bool known = !Failed(found);
   if (known && admin.directoryBound) {
-    message = "administrator '" + user_ + "' is authenticated by a user directory, which this "
-              "store cannot reach";
-    return kDirectoryError;
-  }
-  bool verified = VerifyPassword(known ? admin.passwordHash : DecoyHash(cost), password_);
-  if (!known || !verified) {
+    int32_t checked = xo::directory::AuthenticateByDirectory(*backend, admin, password_, message);
+    if (Failed(checked)) return checked;
+  } else if (!VerifyPassword(known ? admin.passwordHash : DecoyHash(cost), password_) || !known) {
     message = "wrong administrator name or password";
     return kAuthFailed;
   }

@@ -235,6 +235,11 @@ int32_t SqliteBackend::ReadRights(const std::string& sessionId, const CXoObjId& 
   });
 }
 
+int32_t SqliteBackend::FetchWithoutSession(CXoObjBase& object) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  return Run(control_.get(), Mode::Single, [&](ObjectStore& store) { store.Load(object); });
+}
+
 int32_t SqliteBackend::Fetch(CXoObjBase& object, uint32_t prop, const XoPropValue* value,
                              const std::string& sessionId) {
   if (prop == 0 && !value) {

@@ -24,6 +24,7 @@ class SqliteBackend : public IStoreBackend {
   int32_t EndSession(const std::string& sessionId) override;
   int32_t ReadRights(const std::string& sessionId, const CXoObjId& scope,
                      AdminRights& out) override;
+  int32_t FetchWithoutSession(CXoObjBase& object) override;
 
   int32_t Fetch(CXoObjBase& object, uint32_t prop, const XoPropValue* value,
                 const std::string& sessionId) override;

@@ -25,7 +25,8 @@ const char* OpName(StoreOp op) {
                                        "RollbackTransaction",
                                        "ReadSetting",
                                        "ReadAudit",
-                                       "ReadInfo"};
+                                       "ReadInfo",
+                                       "FetchWithoutSession"};
   return kNames[static_cast<int>(op)];
 }
 
@@ -35,7 +36,7 @@ void FaultPlan::FailAt(StoreOp op, int k, int32_t code) {
   remaining_ = k;
   code_ = code;
   fired_ = false;
-  callsOfOp_.assign(static_cast<size_t>(StoreOp::ReadInfo) + 1, 0);
+  callsOfOp_.assign(static_cast<size_t>(StoreOp::FetchWithoutSession) + 1, 0);
 }
 
 void FaultPlan::Disarm() {
@@ -110,6 +111,9 @@ class FaultyBackend : public IStoreBackend {
   int32_t ReadRights(const std::string& sessionId, const CXoObjId& scope,
                      xo::store::AdminRights& out) override {
     XO_FORWARD(ReadRights, ReadRights(sessionId, scope, out));
+  }
+  int32_t FetchWithoutSession(CXoObjBase& object) override {
+    XO_FORWARD(FetchWithoutSession, FetchWithoutSession(object));
   }
   int32_t Fetch(CXoObjBase& object, uint32_t prop, const XoPropValue* value,
                 const std::string& sessionId) override {

@@ -32,6 +32,7 @@ enum class StoreOp {
   ReadSetting,
   ReadAudit,
   ReadInfo,
+  FetchWithoutSession,
 };
 
 const char* OpName(StoreOp op);

@@ -1,0 +1,57 @@
+// What the Get functions hand out, taken back into plain containers and
+// freed through the release functions: records with their next pointers
+// cleared (so that they compare byte for byte), and names.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "XoPolicyApi.h"
+
+namespace xo::test {
+
+// Calls `get` with a pointer to the caller's output. On success the list it
+// handed out is copied into `out` and freed; on failure the output must be
+// as it was before the call.
+template <class Record, class Get>
+int32_t CallGet(Get&& get, std::vector<Record>& out) {
+  Record* const untouched = reinterpret_cast<Record*>(&out);  // never read
+  Record* list = untouched;
+  const int32_t rc = get(&list);
+  out.clear();
+  if (rc != XO_OK) {
+    EXPECT_EQ(list, untouched) << "output written by a failed call";
+    return rc;
+  }
+  for (Record* record = list; record != nullptr; record = record->next) {
+    out.push_back(*record);
+    out.back().next = nullptr;
+  }
+  EXPECT_EQ(Xo_PolicyApi_FreeMemory(list), 0);
+  return rc;
+}
+
+// The same for string arrays.
+template <class Get>
+int32_t CallGetNames(Get&& get, std::vector<std::string>& out) {
+  char** const untouched = reinterpret_cast<char**>(&out);  // never read
+  char** names = untouched;
+  const int32_t rc = get(&names);
+  out.clear();
+  if (rc != XO_OK) {
+    EXPECT_EQ(names, untouched) << "output written by a failed call";
+    return rc;
+  }
+  if (names == nullptr) {
+    ADD_FAILURE() << "no array handed out";
+    return rc;
+  }
+  for (char** slot = names; *slot != nullptr; ++slot) out.push_back(*slot);
+  EXPECT_EQ(Xo_PolicyApi_FreeStringArray(names), 0);
+  return rc;
+}
+
+}  // namespace xo::test

@@ -16,6 +16,10 @@
 namespace xo::cli {
 namespace {
 
+// Every bit of an administrator's flags that grants something: the system
+// and domain rights and the rights to issue server commands 0 to 14.
+constexpr int32_t kAnyRight = XO_ADMIN_SYSTEM | XO_ADMIN_DOMAIN | 0x7FFF0000;
+
 std::string PromptPassword(const std::string& admin) {
   if (!isatty(STDIN_FILENO)) {
     throw CommandError("no password: set XO_PASSWORD, use --password-stdin, or run in a terminal",
@@ -33,10 +37,10 @@ std::string PromptPassword(const std::string& admin) {
   return password;
 }
 
-std::string ChoosePassword(const ConnectionOptions& options) {
+std::string ChoosePassword(const ConnectionOptions& options, const std::string& admin) {
   if (options.passwordFromStdin) return ReadPasswordLine(std::cin);
   if (const char* fromEnvironment = std::getenv("XO_PASSWORD")) return fromEnvironment;
-  return PromptPassword(options.admin);
+  return PromptPassword(admin);
 }
 
 // Says why a store cannot be opened, before logging in, so that a person is
@@ -44,17 +48,43 @@ std::string ChoosePassword(const ConnectionOptions& options) {
 void CheckStoreOpens(const store::StoreLocation& where) {
   std::string message;
   if (!CXoObjStore::Init(message, false, false, false, false, false, false, true)) {
-    throw CommandError("cannot use the policy store at " + where.path + ": " + message);
+    // The store's own words usually name the place already.
+    if (message.find(where.path) == std::string::npos) {
+      message = "cannot use the policy store at " + where.path + ": " + message;
+    }
+    throw CommandError(message, kExitNoLogin);
   }
   CXoObjStore::Release();
+}
+
+// The library answers a failed login with -1 alone; the store's session says
+// why in words (wrong name or password, the user directory failed, ...).
+std::string WhyLoginFailed(const std::string& admin, const std::string& password) {
+  std::string message;
+  if (!CXoObjStore::Init(message, false, false, false, false, false, false, true)) return message;
+  CXoAdmSession probe(admin, password, "xopolicy", "", "xopolicy", true);
+  if (probe.Login(message, false) == 0) {
+    probe.Logout();
+    message = "the login failed";
+  }
+  CXoObjStore::Release();
+  return message.empty() ? "the login failed" : message;
+}
+
+bool HoldsAnyRight(const std::string& admin) {
+  store::AdminCredentials credentials;
+  store::IStoreBackend* backend = store::CurrentBackend();
+  if (!backend || store::Failed(backend->LookupAdmin(admin, credentials))) return true;
+  return (credentials.flags & kAnyRight) != 0;
 }
 
 }  // namespace
 
 void AddConnectionOptions(CLI::App& command, ConnectionOptions& options) {
-  command.add_option("--store", options.storeUri,
-                     "The store: sqlite:PATH or PATH (default: XO_POLICY_STORE, else the "
-                     "per-user data directory)")
+  command
+      .add_option("--store", options.storeUri,
+                  "The store: sqlite:PATH or PATH (default: XO_POLICY_STORE, else the "
+                  "per-user data directory)")
       ->type_name("URI");
   command.add_option("--admin", options.admin, "Administrator to log in as (default: XO_ADMIN)")
       ->type_name("NAME");
@@ -67,17 +97,26 @@ Connection::Connection(const ConnectionOptions& options) {
   if (!options.storeUri.empty()) setenv("XO_POLICY_STORE", options.storeUri.c_str(), 1);
   admin_ = options.admin;
   if (admin_.empty() && std::getenv("XO_ADMIN")) admin_ = std::getenv("XO_ADMIN");
-  if (admin_.empty()) throw CommandError("give the administrator with --admin (or XO_ADMIN)", kExitUsage);
+  if (admin_.empty())
+    throw CommandError("give the administrator with --admin (or XO_ADMIN)", kExitUsage);
   store::StoreLocation where = store::ResolveLocation();
   CheckStoreOpens(where);
-  std::string password = ChoosePassword(options);
-  int32_t result = Xo_PolicyApi_Login(&handle_, nullptr, admin_.c_str(), password.c_str(),
-                                      "xopolicy", "", 0);
+  std::string password = ChoosePassword(options, admin_);
+  int32_t result =
+      Xo_PolicyApi_Login(&handle_, nullptr, admin_.c_str(), password.c_str(), "xopolicy", "", 0);
   if (result != XO_OK) {
     if (handle_) Xo_PolicyApi_Logout(handle_);
     handle_ = nullptr;
     throw CommandError("cannot log in to " + where.path + " as \"" + admin_ +
-                       "\": wrong administrator name or password");
+                           "\": " + WhyLoginFailed(admin_, password),
+                       kExitNoLogin);
+  }
+  if (!HoldsAnyRight(admin_)) {
+    Xo_PolicyApi_Logout(handle_);
+    handle_ = nullptr;
+    throw CommandError("administrator \"" + admin_ + "\" holds no rights in the store at " +
+                           where.path + " (a system administrator can grant them)",
+                       kExitNoLogin);
   }
 }
 
@@ -87,12 +126,14 @@ Connection::~Connection() {
   Xo_PolicyApi_Logout(handle_);
 }
 
-namespace {
-const std::string& SessionId(PolicyApiSession* handle) { return handle->session->GetSessionID(); }
-}  // namespace
+const std::string& Connection::SessionId() const { return handle_->session->GetSessionID(); }
+
+bool Connection::Allowed(int32_t right, int32_t argument, const CXoObjId& scope) const {
+  return handle_->session->GetAdminUser().IsAllowed(right, argument, scope);
+}
 
 void Connection::Begin() {
-  int32_t result = CXoObjStore::BeginTransaction(SessionId(handle_));
+  int32_t result = CXoObjStore::BeginTransaction(SessionId());
   if (store::Failed(result)) {
     throw CommandError(std::string("cannot start a transaction: ") + store::Describe(result));
   }
@@ -101,7 +142,7 @@ void Connection::Begin() {
 
 void Connection::Commit() {
   inTransaction_ = false;
-  int32_t result = CXoObjStore::CommitTransaction(SessionId(handle_));
+  int32_t result = CXoObjStore::CommitTransaction(SessionId());
   if (store::Failed(result)) {
     throw CommandError(std::string("the changes could not be committed: ") +
                        store::Describe(result));
@@ -110,7 +151,7 @@ void Connection::Commit() {
 
 void Connection::Rollback() {
   inTransaction_ = false;
-  CXoObjStore::RollbackTransaction(SessionId(handle_));
+  CXoObjStore::RollbackTransaction(SessionId());
 }
 
 }  // namespace xo::cli

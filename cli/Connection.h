@@ -8,6 +8,8 @@
 
 #include "XoPolicyApi.h"
 
+class CXoObjId;
+
 namespace xo::cli {
 
 struct ConnectionOptions {
@@ -21,8 +23,9 @@ void AddConnectionOptions(CLI::App& command, ConnectionOptions& options);
 
 class Connection {
  public:
-  // Logs in, or throws CommandError saying why in words (store not found, not
-  // initialised, wrong name or password, ...).
+  // Logs in, or throws CommandError (kExitNoLogin) saying why in words: no
+  // store there, a file that is no initialised store, a wrong name or
+  // password, or an administrator who holds no rights at all.
   explicit Connection(const ConnectionOptions& options);
   ~Connection();
   Connection(const Connection&) = delete;
@@ -30,6 +33,10 @@ class Connection {
 
   PolicyApiSession* Handle() const { return handle_; }
   const std::string& AdminName() const { return admin_; }
+  // The store session behind the handle, for reading the store's own records.
+  const std::string& SessionId() const;
+  // Whether the administrator holds `right` (2 manage, 8 command) on `scope`.
+  bool Allowed(int32_t right, int32_t argument, const CXoObjId& scope) const;
 
   // Groups the calls that follow into one store transaction: all of them
   // take effect at Commit, none after Rollback (or if the tool stops first).

@@ -19,9 +19,23 @@ struct OutputOptions {
 
 void AddOutputOptions(CLI::App& command, OutputOptions& options);
 
+// One column of what people see: the record's JSON key and its title.
+struct Column {
+  std::string key;
+  std::string title;
+  bool secret = false;  // shown to people only as set or not set
+};
+
 // Prints records: with --json a JSON array of the objects as given; else a
 // table with one column per key of the first record, in key order.
 void PrintRecords(const OutputOptions& options, const std::vector<Json>& records);
+// A listing: with --json the records whole; else a table of the columns given.
+void PrintListing(const OutputOptions& options, const std::vector<Json>& records,
+                  const std::vector<Column>& columns);
+// Records read by name: with --json the records whole; else each record as
+// lines of "title  value", records apart by a blank line.
+void PrintDetails(const OutputOptions& options, const std::vector<Json>& records,
+                  const std::vector<Column>& columns);
 // Prints names (of a listing) one per line, or as a JSON array of strings.
 void PrintNames(const OutputOptions& options, const std::vector<std::string>& names);
 // A line saying what was done, or {"result": "ok", ...} with --json.

@@ -15,3 +15,7 @@ cmake --build "$build_dir" -j2 --target xo_bench
 # that commits cost what they cost in use.
 mkdir -p "$build_dir/bench-stores"
 XO_BENCH_DIR="$PWD/$build_dir/bench-stores" "$build_dir/bench/xo_bench" "$@"
+
+# `xopolicy apply` of a large generated document against sqlite3 loading the
+# same objects.
+bash scripts/bench-apply.sh "$build_dir"

@@ -1,0 +1,80 @@
+// The policy document of `xopolicy export` and `xopolicy apply`: the store's
+// objects as one JSON object, references by name only.
+//
+//   {"version": 1,
+//    "system": {"odbcQuerySchemes": [...], "userDirectories": [...], "schemes": [...],
+//               "agents": [...], "agentGroups": [...], "administrators": [...]},
+//    "domains": [{"name": ..., "realms": [...], "rules": [...], "ruleGroups": [...],
+//                 "responses": [...], "responseGroups": [...], "policies": [...]}]}
+//
+// Every object is written with its keys in one fixed order, collections sorted
+// by name and unordered lists (group members, links, attributes, users)
+// sorted, so that two exports of the same store are equal byte for byte. A
+// file may leave keys out: a key that is absent leaves that part of an
+// existing object as it is, and takes its default for a new one.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+namespace xo::cli::policy {
+
+using Json = nlohmann::ordered_json;
+
+constexpr int kDocumentVersion = 1;
+
+enum class FieldType {
+  Text,
+  Integer,
+  Flag,
+  Texts,     // an array of texts of the field's fixed length, or any length when 0
+  Integers,  // an array of integers of the field's fixed length
+  Flags,     // an array of flags of the field's fixed length
+  NameSet,   // names, order does not matter
+  NameList,  // names, in order
+  ObjectSet  // objects of the field's member fields, order does not matter
+};
+
+struct FieldSpec {
+  const char* key;
+  FieldType type;
+  int length = 0;                                   // for Texts, Integers, Flags
+  const std::vector<FieldSpec>* members = nullptr;  // for ObjectSet
+};
+
+// One kind of object: where it lives in the document and its fields. The
+// first `keyFields` fields name the object within its collection.
+struct KindSpec {
+  const char* collection;  // key of its array in "system" or in a domain
+  const char* label;       // how the plan names the kind
+  int keyFields;
+  std::vector<FieldSpec> fields;
+};
+
+// The kinds in the order their objects are created: what an object refers
+// to is created before it, so deletions run in the reverse order.
+const std::vector<const KindSpec*>& SystemKinds();
+const std::vector<const KindSpec*>& DomainKinds();
+const KindSpec& DomainKind();
+
+// The default value of a field, for objects that a file creates.
+Json DefaultValue(const FieldSpec& field);
+// The object with every field of its kind: the given ones, defaults for the rest.
+Json WithDefaults(const KindSpec& kind, const Json& object);
+// The name of an object within its collection ("portal/read-pages" for a rule).
+std::string KeyOf(const KindSpec& kind, const Json& object);
+
+// Reads a document from text: checks its shape, refuses unknown keys and
+// values of the wrong type, and sorts what is unordered. Throws CommandError
+// with the place of the mistake ("domains[0].rules[3].flags: ...").
+Json ParseDocument(const std::string& text, const std::string& source);
+
+// The document as text: objects one key a line, arrays of plain values on one
+// line, so that a change to one value is a change to one line.
+std::string WriteDocument(const Json& document);
+
+// Puts a document into its canonical order (collections by name, sets sorted).
+void Canonicalize(Json& document);
+
+}  // namespace xo::cli::policy

@@ -1,0 +1,269 @@
+#include "cli/PolicyPlan.h"
+
+#include <algorithm>
+#include <functional>
+#include <map>
+
+#include "cli/CommandGroups.h"
+#include "store/XoAdmSession.h"
+
+namespace xo::cli::policy {
+namespace {
+
+const FieldSpec& FieldOf(const KindSpec& kind, const std::string& key) {
+  for (const FieldSpec& field : kind.fields) {
+    if (key == field.key) return field;
+  }
+  throw std::logic_error("no field " + key);
+}
+
+bool IsSet(const FieldSpec& field) {
+  return field.type == FieldType::NameSet || field.type == FieldType::ObjectSet;
+}
+
+// A file may give a password as text or as a stored hash; text is checked
+// against the stored hash, so that applying the same file twice changes nothing.
+bool SamePassword(const Json& stored, const Json& given) {
+  const std::string& hash = stored.get_ref<const std::string&>();
+  const std::string& text = given.get_ref<const std::string&>();
+  if (store::IsPasswordHash(text) || text.empty()) return hash == text;
+  return store::VerifyPassword(hash, text);
+}
+
+std::vector<FieldChange> Differences(const KindSpec& kind, const Json& before, const Json& given) {
+  std::vector<FieldChange> changes;
+  for (const auto& item : given.items()) {
+    const Json& old = before.contains(item.key()) ? before[item.key()] : Json("");
+    bool same =
+        item.key() == std::string("password") && kind.collection == std::string("administrators")
+            ? SamePassword(old, item.value())
+            : old == item.value();
+    if (!same) changes.push_back({item.key(), old, item.value()});
+  }
+  return changes;
+}
+
+Json Overlaid(const Json& before, const Json& given) {
+  Json after = before;
+  for (const auto& item : given.items()) after[item.key()] = item.value();
+  return after;
+}
+
+const Json& ListOr(const Json& parent, const char* key, const Json& empty) {
+  return parent.contains(key) ? parent[key] : empty;
+}
+
+class Planner {
+ public:
+  explicit Planner(const PlanOptions& options) : options_(options) {}
+
+  // Adds the creations and updates of one collection; keeps its deletions.
+  void Collection(const KindSpec& kind, const std::string& domain, const Json& stored,
+                  const Json& given, std::vector<Change>& deletions) {
+    std::map<std::string, const Json*> byKey;
+    for (const Json& object : stored) byKey[KeyOf(kind, object)] = &object;
+    std::vector<Change> changes;
+    for (const Json& object : given) {
+      std::string key = KeyOf(kind, object);
+      auto found = byKey.find(key);
+      if (found == byKey.end()) {
+        RequirePassword(kind, object, domain);
+        changes.push_back(
+            {ChangeKind::Create, &kind, domain, nullptr, WithDefaults(kind, object), {}});
+        continue;
+      }
+      const Json& before = *found->second;
+      std::vector<FieldChange> fields = Differences(kind, before, object);
+      if (!fields.empty()) {
+        changes.push_back({ChangeKind::Update, &kind, domain, before, Overlaid(before, object),
+                           std::move(fields)});
+      }
+      byKey.erase(found);
+    }
+    if (kind.collection == std::string("realms")) changes = ParentsFirst(std::move(changes));
+    for (Change& change : changes) plan_.changes.push_back(std::move(change));
+    if (!options_.prune) return;
+
+    std::vector<Change> removed;
+    for (const auto& [key, object] : byKey) {
+      if (options_.keep.count(std::string(kind.collection) + "/" + key)) continue;
+      removed.push_back({ChangeKind::Delete, &kind, domain, *object, nullptr, {}});
+    }
+    if (kind.collection == std::string("realms")) {
+      removed = ParentsFirst(std::move(removed));
+      std::reverse(removed.begin(), removed.end());
+    }
+    for (Change& change : removed) deletions.push_back(std::move(change));
+  }
+
+  Plan Take() { return std::move(plan_); }
+  std::vector<Change>& Changes() { return plan_.changes; }
+
+ private:
+  void RequirePassword(const KindSpec& kind, const Json& object, const std::string&) const {
+    if (kind.collection != std::string("administrators")) return;
+    bool directoryBound = object.contains("userDirectory") && object["userDirectory"] != "";
+    if (!directoryBound && (!object.contains("password") || object["password"] == "")) {
+      throw CommandError("administrator \"" + KeyOf(kind, object) +
+                         "\" is not in the store yet: give it a \"password\" (or a "
+                         "\"userDirectory\" and \"scheme\" to log in through)");
+    }
+  }
+
+  // Realms in an order where each parent comes before its children.
+  static std::vector<Change> ParentsFirst(std::vector<Change> realms) {
+    std::map<std::string, size_t> index;
+    for (size_t i = 0; i < realms.size(); ++i) index[realms[i].Name()] = i;
+    std::vector<Change> ordered;
+    std::vector<int> state(realms.size(), 0);  // 0 new, 1 on the path, 2 placed
+    std::function<void(size_t)> place = [&](size_t i) {
+      if (state[i] != 0) return;  // placed, or a loop that the store refuses
+      state[i] = 1;
+      const Json& object = realms[i].after.is_null() ? realms[i].before : realms[i].after;
+      auto parent = index.find(realms[i].domain + "/" + object["parent"].get<std::string>());
+      if (parent != index.end()) place(parent->second);
+      state[i] = 2;
+      ordered.push_back(realms[i]);
+    };
+    for (size_t i = 0; i < realms.size(); ++i) place(i);
+    return ordered;
+  }
+
+  const PlanOptions& options_;
+  Plan plan_;
+};
+
+std::string Shown(const Json& value) { return value.dump(); }
+
+// How a changed field is told: sets by what joins and leaves them.
+std::string FieldText(const Change& change, const FieldChange& field) {
+  if (field.field == "password") return "password: (hidden) -> (hidden)";
+  const FieldSpec& spec = FieldOf(*change.kind, field.field);
+  if (!IsSet(spec)) return field.field + ": " + Shown(field.before) + " -> " + Shown(field.after);
+  std::string text = field.field + ":";
+  for (const Json& item : field.after) {
+    if (std::find(field.before.begin(), field.before.end(), item) == field.before.end()) {
+      text += " +" + Shown(item);
+    }
+  }
+  for (const Json& item : field.before) {
+    if (std::find(field.after.begin(), field.after.end(), item) == field.after.end()) {
+      text += " -" + Shown(item);
+    }
+  }
+  return text;
+}
+
+}  // namespace
+
+std::string Change::Name() const {
+  const Json& object = after.is_null() ? before : after;
+  std::string key = KeyOf(*kind, object);
+  return domain.empty() ? key : domain + "/" + key;
+}
+
+bool Change::Changes(const char* field) const {
+  if (what == ChangeKind::Create) return true;
+  return std::any_of(fields.begin(), fields.end(),
+                     [&](const FieldChange& f) { return f.field == field; });
+}
+
+size_t Plan::Count(ChangeKind what) const {
+  return std::count_if(changes.begin(), changes.end(),
+                       [&](const Change& change) { return change.what == what; });
+}
+
+Plan MakePlan(const Json& current, const Json& desired, const PlanOptions& options) {
+  static const Json kNone = Json::array();
+  Planner planner(options);
+  std::vector<std::vector<Change>> systemDeletions(SystemKinds().size());
+  std::vector<Change> domainDeletions;
+
+  if (desired.contains("system")) {
+    const Json& stored = ListOr(current, "system", Json::object());
+    for (size_t i = 0; i < SystemKinds().size(); ++i) {
+      const KindSpec& kind = *SystemKinds()[i];
+      if (!desired["system"].contains(kind.collection)) continue;
+      planner.Collection(kind, "", ListOr(stored, kind.collection, kNone),
+                         desired["system"][kind.collection], systemDeletions[i]);
+    }
+  }
+
+  if (desired.contains("domains")) {
+    const Json& storedDomains = ListOr(current, "domains", kNone);
+    // The domains themselves; their contents follow, domain by domain.
+    Json givenDomains = Json::array();
+    for (const Json& domain : desired["domains"]) {
+      Json own = Json::object();
+      for (const FieldSpec& field : DomainKind().fields) {
+        if (domain.contains(field.key)) own[field.key] = domain[field.key];
+      }
+      givenDomains.push_back(std::move(own));
+    }
+    // Whole domains are deleted only when the file describes the whole store.
+    PlanOptions domainOptions = options;
+    domainOptions.prune = options.prune && desired.contains("system");
+    Planner domainPlanner(domainOptions);
+    domainPlanner.Collection(DomainKind(), "", storedDomains, givenDomains, domainDeletions);
+    for (Change& change : domainPlanner.Changes()) planner.Changes().push_back(std::move(change));
+
+    std::vector<Change> contentDeletions;
+    for (const Json& domain : desired["domains"]) {
+      std::string name = domain["name"];
+      const Json* stored = &kNone;
+      for (const Json& candidate : storedDomains) {
+        if (candidate["name"] == name) stored = &candidate;
+      }
+      std::vector<std::vector<Change>> perKind(DomainKinds().size());
+      for (size_t i = 0; i < DomainKinds().size(); ++i) {
+        const KindSpec& kind = *DomainKinds()[i];
+        if (!domain.contains(kind.collection)) continue;
+        planner.Collection(kind, name, ListOr(*stored, kind.collection, kNone),
+                           domain[kind.collection], perKind[i]);
+      }
+      for (auto kind = perKind.rbegin(); kind != perKind.rend(); ++kind) {
+        for (Change& change : *kind) contentDeletions.push_back(std::move(change));
+      }
+    }
+    contentDeletions.insert(contentDeletions.end(), domainDeletions.begin(), domainDeletions.end());
+    domainDeletions = std::move(contentDeletions);
+  }
+
+  Plan plan = planner.Take();
+  for (Change& change : domainDeletions) plan.changes.push_back(std::move(change));
+  for (auto kind = systemDeletions.rbegin(); kind != systemDeletions.rend(); ++kind) {
+    for (Change& change : *kind) plan.changes.push_back(std::move(change));
+  }
+  return plan;
+}
+
+void PrintPlan(std::ostream& out, const Plan& plan) {
+  if (plan.changes.empty()) {
+    out << "no changes\n";
+    return;
+  }
+  for (const Change& change : plan.changes) {
+    std::string label = change.kind->label;
+    switch (change.what) {
+      case ChangeKind::Create:
+        out << "+ " << label << ' ' << change.Name() << '\n';
+        break;
+      case ChangeKind::Delete:
+        out << "- " << label << ' ' << change.Name() << '\n';
+        break;
+      case ChangeKind::Update: {
+        out << "~ " << label << ' ' << change.Name() << " (";
+        for (size_t i = 0; i < change.fields.size(); ++i) {
+          out << (i ? ", " : "") << FieldText(change, change.fields[i]);
+        }
+        out << ")\n";
+        break;
+      }
+    }
+  }
+  out << "Plan: " << plan.Count(ChangeKind::Create) << " to create, "
+      << plan.Count(ChangeKind::Update) << " to change, " << plan.Count(ChangeKind::Delete)
+      << " to delete.\n";
+}
+
+}  // namespace xo::cli::policy

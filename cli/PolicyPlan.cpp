@@ -138,8 +138,8 @@ std::string Shown(const Json& value) { return value.dump(); }
 // How a changed field is told: sets by what joins and leaves them.
 std::string FieldText(const Change& change, const FieldChange& field) {
   if (field.field == "password") return "password: (hidden) -> (hidden)";
-  const FieldSpec& spec = FieldOf(*change.kind, field.field);
-  if (!IsSet(spec)) return field.field + ": " + Shown(field.before) + " -> " + Shown(field.after);
+  const FieldSpec& shape = FieldOf(*change.kind, field.field);
+  if (!IsSet(shape)) return field.field + ": " + Shown(field.before) + " -> " + Shown(field.after);
   std::string text = field.field + ":";
   for (const Json& item : field.after) {
     if (std::find(field.before.begin(), field.before.end(), item) == field.before.end()) {

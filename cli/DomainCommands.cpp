@@ -80,7 +80,8 @@ void RegisterMembership(CLI::App& noun, const MemberList& list) {
     return std::make_pair(verb, options);
   };
   {
-    auto [verb, options] = declare("add-" + list.verbSuffix, "Add a " + list.kind + " to a domain");
+    auto [verb, options] =
+        declare("add-" + list.verbSuffix, "Add " + nouns::WithArticle(list.kind) + " to a domain");
     verb->callback([list, options = options] {
       Connection c(options->connection);
       CheckCall(
@@ -92,8 +93,8 @@ void RegisterMembership(CLI::App& noun, const MemberList& list) {
     });
   }
   {
-    auto [verb, options] =
-        declare("remove-" + list.verbSuffix, "Take a " + list.kind + " out of a domain");
+    auto [verb, options] = declare("remove-" + list.verbSuffix,
+                                   "Take " + nouns::WithArticle(list.kind) + " out of a domain");
     verb->callback([list, options = options] {
       Connection c(options->connection);
       c.Begin();

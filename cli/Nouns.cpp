@@ -30,6 +30,12 @@ std::string Describe(const std::string& kind, const std::string& name, const Sco
   return kind + " " + Quoted(name) + scope.Where();
 }
 
+std::string WithArticle(const std::string& kind) {
+  // "user" sounds like "you": only the other vowels take "an".
+  const bool vowel = !kind.empty() && std::string("aeioAEIO").find(kind[0]) != std::string::npos;
+  return (vowel ? "an " : "a ") + kind;
+}
+
 void RequireSome(size_t count, const std::string& kind, const std::string& name,
                  const Scope& scope) {
   if (count == 0) NotFound("there is no " + Describe(kind, name, scope));

@@ -54,6 +54,8 @@ struct NamedVerb : VerbOptions {
 };
 
 std::string Describe(const std::string& kind, const std::string& name, const Scope& scope);
+// "a domain", "an agent", "an ODBC query scheme", "a user directory".
+std::string WithArticle(const std::string& kind);
 // The records read by name must be exactly one, for update and rename.
 void RequireOne(size_t count, const std::string& kind, const std::string& name, const Scope& scope);
 void RequireSome(size_t count, const std::string& kind, const std::string& name,
@@ -219,7 +221,7 @@ CLI::App* RegisterNoun(CLI::App& app, const Noun<Record>& given) {
   };
 
   {
-    auto [command, verb] = named("add", "Add a " + kind);
+    auto [command, verb] = named("add", "Add " + nouns::WithArticle(kind));
     DeclareFieldOptions(*command, noun->fields, verb->fields, true);
     command->callback([noun, verb] { RunAdd(*noun, *verb); });
   }
@@ -234,7 +236,8 @@ CLI::App* RegisterNoun(CLI::App& app, const Noun<Record>& given) {
     command->callback([noun, verb] { RunList(*noun, *verb); });
   }
   {
-    auto [command, verb] = named("update", "Change fields of a " + kind + ", keeping the rest");
+    auto [command, verb] =
+        named("update", "Change fields of " + nouns::WithArticle(kind) + ", keeping the rest");
     DeclareFieldOptions(*command, noun->fields, verb->fields, false);
     command->callback([noun, verb] { RunUpdate(*noun, *verb); });
   }
@@ -243,7 +246,7 @@ CLI::App* RegisterNoun(CLI::App& app, const Noun<Record>& given) {
     command->callback([noun, verb] { RunDelete(*noun, *verb); });
   }
   {
-    auto [command, verb] = named("rename", "Give a " + kind + " a new name");
+    auto [command, verb] = named("rename", "Give " + nouns::WithArticle(kind) + " a new name");
     command->add_option("new-name", verb->newName, "The new name")->required();
     command->callback([noun, verb] { RunRename(*noun, *verb); });
   }

@@ -67,9 +67,10 @@ std::shared_ptr<PolicyUserVerb> DeclarePolicyUserVerb(CLI::App& noun, const std:
   return options;
 }
 
-std::string PolicyUserWhat(const PolicyUserVerb& v) {
-  return Quoted(v.entry) + " of user directory " + Quoted(v.scope.userDir) + " and policy " +
-         Quoted(v.policy) + v.scope.Where();
+// `"groups/staff" (user directory "people") to policy "p" in domain "D"`.
+std::string PolicyUserWhat(const PolicyUserVerb& v, const std::string& preposition = "to") {
+  return Quoted(v.entry) + " (user directory " + Quoted(v.scope.userDir) + ") " + preposition +
+         " policy " + Quoted(v.policy) + v.scope.Where();
 }
 
 std::vector<UserEntryRecord> ReadPolicyUsers(Connection& c, const PolicyUserVerb& v) {
@@ -116,9 +117,9 @@ void RegisterPolicyUsers(CLI::App& noun) {
                 Xo_PolicyApi_RemoveUsersFromPolicy(
                     c.Handle(), options->scope.domain.c_str(), options->policy.c_str(),
                     options->scope.userDir.c_str(), options->entry.c_str()),
-                "cannot detach " + PolicyUserWhat(*options));
+                "cannot detach " + PolicyUserWhat(*options, "from"));
       c.Commit();
-      PrintDone(options->output, "Detached " + PolicyUserWhat(*options) + ".");
+      PrintDone(options->output, "Detached " + PolicyUserWhat(*options, "from") + ".");
     });
   }
   {
@@ -126,9 +127,8 @@ void RegisterPolicyUsers(CLI::App& noun) {
         noun, "users", "List the users and groups of a directory attached to a policy", false);
     noun.get_subcommand("users")->callback([options] {
       Connection c(options->connection);
-      const auto fields = UserEntryFields();
-      PrintListing(options->output, RecordsJson(fields, ReadPolicyUsers(c, *options)),
-                   FieldColumns(fields));
+      PrintListing(options->output, PolicyUsersJson(ReadPolicyUsers(c, *options)),
+                   PolicyUserColumns());
     });
   }
 }

@@ -81,7 +81,7 @@ void List(const UserVerb& v) {
   CheckCall(c, v.scope,
             Xo_PolicyApi_GetDirectoryContents(c.Handle(), v.scope.userDir.c_str(), &list),
             "cannot list user directory " + Quoted(v.scope.userDir));
-  const auto fields = UserEntryFields();
+  const auto fields = DirectoryEntryFields();
   PrintListing(v.output, RecordsJson(fields, TakeRecords(list)), FieldColumns(fields));
 }
 

@@ -30,30 +30,17 @@ echo "== setting up a complete policy and reading it back"
 XO_POLICY_STORE="$store" XO_ADMIN="$admin" XO_PASSWORD="$password" \
   "$build_dir/examples/policy_demo"
 
-# The README's policy-as-code walkthrough, step by step, on a store of its own:
-# a small policy made with commands, exported, edited, applied (dry run, for
-# real, and again with nothing left to do), and the audit trail read back.
-echo "== policy as code: the README walkthrough"
+# The README's walkthrough, step by step, on a store of its own: a small
+# policy made with commands, a user directory read through ODBC from a local
+# users database and bound to a policy, the whole exported, edited, applied
+# (dry run, for real, and again with nothing left to do), and the audit trail.
+echo "== the README walkthrough: commands, a user directory, policy as code"
 walk_dir="$work_dir/walkthrough"
 mkdir -p "$walk_dir"
 (
   cd "$walk_dir"
-  PATH="$OLDPWD/$build_dir/cli:$PATH"
-  export XO_POLICY_STORE="sqlite:$walk_dir/policy.db" XO_ADMIN=admin XO_PASSWORD=walkthrough-pw
-  set -x
-  xopolicy init --admin admin --password "$XO_PASSWORD"
-  xopolicy agent add web-gateway --agent-type "HTTP Agent" --description "the intranet's web gateway"
-  xopolicy scheme add staff-password --int1 1 --string1 basic --description "staff log in with a password"
-  xopolicy domain add Intranet --description "the company intranet"
-  xopolicy realm add portal --domain Intranet --agent web-gateway --scheme staff-password --text / --description "every page"
-  xopolicy rule add read-pages --domain Intranet --realm portal --text1 GET --text2 /
-  xopolicy export --output intranet.json
-  sed -i 's/"description": "every page"/"description": "every page of the portal"/' intranet.json
-  sed -i 's/"rules": \[/"rules": [\n        {"realm": "portal", "name": "read-forms", "texts": ["GET", "\/forms", ""]},/' intranet.json
-  xopolicy apply intranet.json --dry-run
-  xopolicy apply intranet.json
-  xopolicy apply intranet.json
-  xopolicy audit
+  PATH="$OLDPWD/$build_dir/cli:$PATH" XO_POLICY_STORE="sqlite:$walk_dir/policy.db" \
+    XO_ADMIN=admin XO_PASSWORD=walkthrough-pw bash "$OLDPWD/scripts/walkthrough.sh"
 )
 echo "== walkthrough done"
 

@@ -218,6 +218,12 @@ CXoObjDictProp::CXoObjDictProp(XoObjId_Class cls, const char* className, const c
       nameScope_(std::move(nameScope)) {
   int32_t name = FindByName("Name");
   if (name > 0) nameProp_ = static_cast<uint32_t>(name);
+  labelProp_ = nameProp_;
+  for (const XoPropDef& def : props_) {
+    if (labelProp_ == 0 && def.type == XoPropType::Text && def.storage == XoPropStorage::Column) {
+      labelProp_ = def.number;
+    }
+  }
   int32_t domain = FindByName("Domain");
   if (domain > 0) domainProp_ = static_cast<uint32_t>(domain);
 }

@@ -95,6 +95,9 @@ class CXoObjDictProp {
   int32_t FindByName(const std::string& name) const;
   // Property holding the object's name, or 0 when the class has none.
   uint32_t NameProp() const { return nameProp_; }
+  // Property that names an object to people, as in the audit trail: its name,
+  // else its first text (an attachment's entry, a command's argument).
+  uint32_t LabelProp() const { return labelProp_; }
   // Property holding the owning domain, or 0 for system-level classes.
   uint32_t DomainProp() const { return domainProp_; }
   // Properties that, with the name, must be unique together.
@@ -107,5 +110,6 @@ class CXoObjDictProp {
   std::vector<XoPropDef> props_;  // index = property number
   std::vector<uint32_t> nameScope_;
   uint32_t nameProp_ = 0;
+  uint32_t labelProp_ = 0;
   uint32_t domainProp_ = 0;
 };

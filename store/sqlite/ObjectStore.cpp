@@ -1,6 +1,7 @@
 #include "sqlite/ObjectStore.h"
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <deque>
 #include <unordered_set>
@@ -12,6 +13,22 @@ namespace xo::store::sqlite {
 namespace {
 
 constexpr int kMaxChain = 100000;
+
+// What the audit trail calls an object: see CXoObjDictProp::LabelProp.
+std::string Label(const CXoObjBase& object) {
+  const uint32_t label = object.Dict().LabelProp();
+  return label ? object.Text(label) : std::string();
+}
+
+// "UserDirectories" -> "user directories", for the audit trail's operations.
+std::string Words(const std::string& propertyName) {
+  std::string words;
+  for (char c : propertyName) {
+    if (std::isupper(static_cast<unsigned char>(c)) && !words.empty()) words += ' ';
+    words += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  }
+  return words;
+}
 
 [[noreturn]] void Fail(int32_t code) { throw StoreError{code}; }
 
@@ -277,7 +294,7 @@ void ObjectStore::Save(CXoObjBase& object, bool overwrite) {
     }
   }
   Audit(exists ? "update" : "create", object.GetClass(), object.GetOid().GetOidString(),
-        object.GetName());
+        Label(object));
 }
 
 CXoObjIdArray ObjectStore::ReadList(const CXoObjId& owner, const XoPropDef& def) {
@@ -439,8 +456,7 @@ void ObjectStore::WriteProperty(const CXoObjId& id, uint32_t prop, const XoPropV
     } else {
       WriteInverseList(id, def, *ids);
     }
-    Audit(std::string("set ") + def.name, id.GetOidClass(), id.GetOidString(),
-          object->GetName());
+    Audit("set " + Words(def.name), id.GetOidClass(), id.GetOidString(), Label(*object));
     return;
   }
   XoPropValue converted = value;
@@ -460,10 +476,10 @@ void ObjectStore::WriteProperty(const CXoObjId& id, uint32_t prop, const XoPropV
   Save(*object, true);
 }
 
-std::string ObjectStore::NameOf(const CXoObjId& id) {
+std::string ObjectStore::LabelOf(const CXoObjId& id) {
   const ClassSql& sql = Sql(id.GetOidClass());
-  if (!sql.dict->NameProp()) return std::string();
-  Use select(db_.Prepare("SELECT " + ColumnName(*sql.dict->Find(sql.dict->NameProp())) +
+  if (!sql.dict->LabelProp()) return std::string();
+  Use select(db_.Prepare("SELECT " + ColumnName(*sql.dict->Find(sql.dict->LabelProp())) +
                          " FROM " + sql.dict->Table() + " WHERE oid = ?1"));
   select->Bind(1, id.GetOidString());
   return select->Step() ? select->Text(0) : std::string();
@@ -507,7 +523,7 @@ void ObjectStore::Remove(const CXoObjId& id) {
       clear->Bind(1, victim.GetOidString());
       clear->Step();
     }
-    std::string name = NameOf(victim);
+    std::string name = LabelOf(victim);
     Use row(db_.Prepare(Sql(victim.GetOidClass()).deleteRow));
     row->Bind(1, victim.GetOidString());
     row->Step();

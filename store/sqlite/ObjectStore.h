@@ -54,7 +54,7 @@ class ObjectStore {
   void WriteStoredList(const CXoObjId& owner, int32_t ownerClass, const XoPropDef& def,
                        const CXoObjIdArray& ids);
   void WriteInverseList(const CXoObjId& member, const XoPropDef& def, const CXoObjIdArray& owners);
-  std::string NameOf(const CXoObjId& id);
+  std::string LabelOf(const CXoObjId& id);
 
   Connection& db_;
 };

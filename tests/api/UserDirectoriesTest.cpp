@@ -172,7 +172,7 @@ TEST_F(UserDirectoriesTest, DomainListAddsOnceAndRemovesEveryCopy) {
   EXPECT_EQ(Snapshot(), before);
   EXPECT_EQ(QueryStoreFile(StorePath(),
                            "SELECT count(*) FROM xo_audit WHERE class = 3 AND "
-                           "operation = 'set UserDirectories'"),
+                           "operation = 'set user directories'"),
             Names{"4"});
 }
 

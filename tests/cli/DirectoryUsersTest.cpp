@@ -87,6 +87,8 @@ TEST_F(DirectoryUsersTest, PolicyUsersAreAttachedListedAndDetached) {
   Json users = RunJson(with({"policy", "users"}));
   ASSERT_EQ(users.size(), 1u);
   EXPECT_EQ(users[0]["entry"], "groups/staff");
+  EXPECT_EQ(users[0]["kindName"], "User Group");
+  EXPECT_EQ(RunJson({"audit"}).back()["name"], "groups/staff");
 
   Ok(with({"policy", "remove-user"}, {"--entry", "groups/staff"}));
   EXPECT_EQ(RunJson(with({"policy", "users"})), Json::array());

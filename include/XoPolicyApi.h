@@ -159,7 +159,7 @@ typedef struct RuleRecord {
   char ruleText3[XO_TEXT_FIELD];
   uint8_t ruleFlag3;
   uint8_t reserved1;
-  struct RuleRecord *next;
+  struct RuleRecord* next;
 } RuleRecord;
 
 typedef struct PolicyRecord {
@@ -171,7 +171,7 @@ typedef struct PolicyRecord {
   uint8_t policyFlag;
   char policyText2[XO_TEXT_FIELD];
   uint8_t reserved1[3];
-  struct PolicyRecord *next;
+  struct PolicyRecord* next;
 } PolicyRecord;
 
 typedef struct RealmRecord {
@@ -191,7 +191,7 @@ typedef struct RealmRecord {
   int32_t realmInt2;
   uint8_t realmFlag4;
   uint8_t reserved2[3];
-  struct RealmRecord *next;
+  struct RealmRecord* next;
 } RealmRecord;
 
 typedef struct ResponseRecord {
@@ -200,7 +200,7 @@ typedef struct ResponseRecord {
   char name[XO_TEXT_FIELD];
   char description[XO_TEXT_FIELD];
   char agentTypeName[XO_TEXT_FIELD];
-  struct ResponseRecord *next;
+  struct ResponseRecord* next;
 } ResponseRecord;
 
 typedef struct UserDirRecord {
@@ -229,7 +229,7 @@ typedef struct UserDirRecord {
   char string12[XO_TEXT_FIELD];
   char string13[XO_TEXT_FIELD];
   uint8_t reserved1[2];
-  struct UserDirRecord *next;
+  struct UserDirRecord* next;
 } UserDirRecord;
 
 typedef struct AgentRecord {
@@ -241,7 +241,7 @@ typedef struct AgentRecord {
   char agentString2[XO_TEXT_FIELD];
   char agentTypeName[XO_TEXT_FIELD];
   int32_t agentInt;
-  struct AgentRecord *next;
+  struct AgentRecord* next;
 } AgentRecord;
 
 typedef struct DomainRecord {
@@ -249,7 +249,7 @@ typedef struct DomainRecord {
   char objectId[XO_TEXT_FIELD];
   char name[XO_TEXT_FIELD];
   char description[XO_TEXT_FIELD];
-  struct DomainRecord *next;
+  struct DomainRecord* next;
 } DomainRecord;
 
 typedef struct PolicyLinkRecord {
@@ -258,7 +258,7 @@ typedef struct PolicyLinkRecord {
   char realmName[XO_TEXT_FIELD];
   char ruleName[XO_TEXT_FIELD];
   char responseName[XO_TEXT_FIELD];
-  struct PolicyLinkRecord *next;
+  struct PolicyLinkRecord* next;
 } PolicyLinkRecord;
 
 typedef struct ResponseAttrRecord {
@@ -268,7 +268,7 @@ typedef struct ResponseAttrRecord {
   char value[XO_TEXT_FIELD];
   int32_t attrInt1;
   int32_t attrInt2;
-  struct ResponseAttrRecord *next;
+  struct ResponseAttrRecord* next;
 } ResponseAttrRecord;
 
 typedef struct UserEntryRecord {
@@ -276,7 +276,7 @@ typedef struct UserEntryRecord {
   char entry[XO_TEXT_FIELD];
   char entryDetail[XO_TEXT_FIELD];
   int32_t entryKind;
-  struct UserEntryRecord *next;
+  struct UserEntryRecord* next;
 } UserEntryRecord;
 
 typedef struct SchemeRecord {
@@ -296,7 +296,7 @@ typedef struct SchemeRecord {
   uint8_t schemeFlag4;
   uint8_t schemeFlag5;
   uint8_t reserved2;
-  struct SchemeRecord *next;
+  struct SchemeRecord* next;
 } SchemeRecord;
 
 typedef struct AdminRecord {
@@ -308,7 +308,7 @@ typedef struct AdminRecord {
   char userDirName[XO_TEXT_FIELD];
   char schemeName[XO_TEXT_FIELD];
   int32_t adminFlags;
-  struct AdminRecord *next;
+  struct AdminRecord* next;
 } AdminRecord;
 
 typedef struct GroupRecord {
@@ -317,7 +317,7 @@ typedef struct GroupRecord {
   char name[XO_TEXT_FIELD];
   char description[XO_TEXT_FIELD];
   char vendorName[XO_TEXT_FIELD];
-  struct GroupRecord *next;
+  struct GroupRecord* next;
 } GroupRecord;
 
 typedef struct OdbcQuerySchemeRecord {
@@ -326,7 +326,7 @@ typedef struct OdbcQuerySchemeRecord {
   char name[XO_TEXT_FIELD];
   char description[XO_TEXT_FIELD];
   char query[15][XO_TEXT_FIELD];
-  struct OdbcQuerySchemeRecord *next;
+  struct OdbcQuerySchemeRecord* next;
 } OdbcQuerySchemeRecord;
 
 /* The caller's management command: a command number 1 to 5 and its text. */
@@ -346,239 +346,176 @@ typedef struct ManagementCommandRecord {
 
 typedef struct PolicyApiSession PolicyApiSession;
 
-XO_API Xo_PolicyApi_Login(PolicyApiSession **handle, void *flag,
-                          const char *adminName, const char *password,
-                          const char *host, const char *unused,
+XO_API Xo_PolicyApi_Login(PolicyApiSession** handle, void* flag, const char* adminName,
+                          const char* password, const char* host, const char* unused,
                           int32_t reserved);
-XO_API Xo_PolicyApi_Logout(PolicyApiSession *handle);
+XO_API Xo_PolicyApi_Logout(PolicyApiSession* handle);
 
 /* ------------------------------------------------------------------------ */
 /* Returned memory                                                          */
 /* ------------------------------------------------------------------------ */
 
-XO_API Xo_PolicyApi_FreeMemory(void *list);
-XO_API Xo_PolicyApi_FreeStringArray(char **array);
+XO_API Xo_PolicyApi_FreeMemory(void* list);
+XO_API Xo_PolicyApi_FreeStringArray(char** array);
 
 /* ------------------------------------------------------------------------ */
 /* Rules, policies, policy links, policy users                              */
 /* ------------------------------------------------------------------------ */
 
-XO_API Xo_PolicyApi_AddRule(PolicyApiSession *handle, const char *domainName,
-                            RuleRecord *rule, uint8_t update);
-XO_API Xo_PolicyApi_DeleteRule(PolicyApiSession *handle, const char *ruleName,
-                               const char *realmName, const char *domainName);
-XO_API Xo_PolicyApi_GetRule(PolicyApiSession *handle, const char *ruleName,
-                            const char *realmName, const char *domainName,
-                            RuleRecord **list);
+XO_API Xo_PolicyApi_AddRule(PolicyApiSession* handle, const char* domainName, RuleRecord* rule,
+                            uint8_t update);
+XO_API Xo_PolicyApi_DeleteRule(PolicyApiSession* handle, const char* ruleName,
+                               const char* realmName, const char* domainName);
+XO_API Xo_PolicyApi_GetRule(PolicyApiSession* handle, const char* ruleName, const char* realmName,
+                            const char* domainName, RuleRecord** list);
 
-XO_API Xo_PolicyApi_AddPolicy(PolicyApiSession *handle, const char *domainName,
-                              PolicyRecord *policy, uint8_t update);
-XO_API Xo_PolicyApi_DeletePolicy(PolicyApiSession *handle,
-                                 const char *policyName,
-                                 const char *domainName);
-XO_API Xo_PolicyApi_GetPolicy(PolicyApiSession *handle, const char *policyName,
-                              const char *domainName, PolicyRecord **list);
+XO_API Xo_PolicyApi_AddPolicy(PolicyApiSession* handle, const char* domainName,
+                              PolicyRecord* policy, uint8_t update);
+XO_API Xo_PolicyApi_DeletePolicy(PolicyApiSession* handle, const char* policyName,
+                                 const char* domainName);
+XO_API Xo_PolicyApi_GetPolicy(PolicyApiSession* handle, const char* policyName,
+                              const char* domainName, PolicyRecord** list);
 
-XO_API Xo_PolicyApi_AddPolicyLink(PolicyApiSession *handle,
-                                  const char *domainName,
-                                  const char *policyName,
-                                  PolicyLinkRecord *link);
-XO_API Xo_PolicyApi_RemoveRuleFromPolicy(PolicyApiSession *handle,
-                                         const char *domainName,
-                                         const char *policyName,
-                                         const char *realmName,
-                                         const char *ruleName);
-XO_API Xo_PolicyApi_GetPolicyLinks(PolicyApiSession *handle,
-                                   const char *domainName,
-                                   const char *policyName,
-                                   PolicyLinkRecord **list);
-XO_API Xo_PolicyApi_SetResponseInPolicyLink(PolicyApiSession *handle,
-                                            const char *domainName,
-                                            const char *policyName,
-                                            PolicyLinkRecord *link);
+XO_API Xo_PolicyApi_AddPolicyLink(PolicyApiSession* handle, const char* domainName,
+                                  const char* policyName, PolicyLinkRecord* link);
+XO_API Xo_PolicyApi_RemoveRuleFromPolicy(PolicyApiSession* handle, const char* domainName,
+                                         const char* policyName, const char* realmName,
+                                         const char* ruleName);
+XO_API Xo_PolicyApi_GetPolicyLinks(PolicyApiSession* handle, const char* domainName,
+                                   const char* policyName, PolicyLinkRecord** list);
+XO_API Xo_PolicyApi_SetResponseInPolicyLink(PolicyApiSession* handle, const char* domainName,
+                                            const char* policyName, PolicyLinkRecord* link);
 
-XO_API Xo_PolicyApi_AddUsersToPolicy(PolicyApiSession *handle,
-                                     const char *domainName,
-                                     const char *policyName,
-                                     const char *userDirName,
-                                     const char *entry,
-                                     Xo_PolicyResolution_t resolution);
-XO_API Xo_PolicyApi_RemoveUsersFromPolicy(PolicyApiSession *handle,
-                                          const char *domainName,
-                                          const char *policyName,
-                                          const char *userDirName,
-                                          const char *entry);
-XO_API Xo_PolicyApi_GetPolicyUsers(PolicyApiSession *handle,
-                                   const char *domainName,
-                                   const char *policyName,
-                                   const char *userDirName,
-                                   UserEntryRecord **list);
+XO_API Xo_PolicyApi_AddUsersToPolicy(PolicyApiSession* handle, const char* domainName,
+                                     const char* policyName, const char* userDirName,
+                                     const char* entry, Xo_PolicyResolution_t resolution);
+XO_API Xo_PolicyApi_RemoveUsersFromPolicy(PolicyApiSession* handle, const char* domainName,
+                                          const char* policyName, const char* userDirName,
+                                          const char* entry);
+XO_API Xo_PolicyApi_GetPolicyUsers(PolicyApiSession* handle, const char* domainName,
+                                   const char* policyName, const char* userDirName,
+                                   UserEntryRecord** list);
 
 /* ------------------------------------------------------------------------ */
 /* Domains, realms, responses, response attributes                          */
 /* ------------------------------------------------------------------------ */
 
-XO_API Xo_PolicyApi_AddDomain(PolicyApiSession *handle, DomainRecord *domain,
-                              uint8_t update);
-XO_API Xo_PolicyApi_DeleteDomain(PolicyApiSession *handle,
-                                 const char *domainName);
-XO_API Xo_PolicyApi_GetDomain(PolicyApiSession *handle, const char *domainName,
-                              DomainRecord **list);
-XO_API Xo_PolicyApi_GetDomainObjectNames(PolicyApiSession *handle,
-                                         const char *domainName,
-                                         uint32_t objectKind, char ***names);
+XO_API Xo_PolicyApi_AddDomain(PolicyApiSession* handle, DomainRecord* domain, uint8_t update);
+XO_API Xo_PolicyApi_DeleteDomain(PolicyApiSession* handle, const char* domainName);
+XO_API Xo_PolicyApi_GetDomain(PolicyApiSession* handle, const char* domainName,
+                              DomainRecord** list);
+XO_API Xo_PolicyApi_GetDomainObjectNames(PolicyApiSession* handle, const char* domainName,
+                                         uint32_t objectKind, char*** names);
 
-XO_API Xo_PolicyApi_AddRealm(PolicyApiSession *handle, const char *domainName,
-                             RealmRecord *realm, uint8_t update);
-XO_API Xo_PolicyApi_DeleteRealm(PolicyApiSession *handle,
-                                const char *realmName, const char *domainName);
-XO_API Xo_PolicyApi_GetRealm(PolicyApiSession *handle, const char *realmName,
-                             const char *domainName, RealmRecord **list);
-XO_API Xo_PolicyApi_FlushRealm(PolicyApiSession *handle, const char *realmName,
-                               const char *domainName);
+XO_API Xo_PolicyApi_AddRealm(PolicyApiSession* handle, const char* domainName, RealmRecord* realm,
+                             uint8_t update);
+XO_API Xo_PolicyApi_DeleteRealm(PolicyApiSession* handle, const char* realmName,
+                                const char* domainName);
+XO_API Xo_PolicyApi_GetRealm(PolicyApiSession* handle, const char* realmName,
+                             const char* domainName, RealmRecord** list);
+XO_API Xo_PolicyApi_FlushRealm(PolicyApiSession* handle, const char* realmName,
+                               const char* domainName);
 
-XO_API Xo_PolicyApi_AddResponse(PolicyApiSession *handle,
-                                const char *domainName,
-                                ResponseRecord *response, uint8_t update);
-XO_API Xo_PolicyApi_DeleteResponse(PolicyApiSession *handle,
-                                   const char *responseName,
-                                   const char *domainName);
-XO_API Xo_PolicyApi_GetResponse(PolicyApiSession *handle,
-                                const char *responseName,
-                                const char *domainName, ResponseRecord **list);
+XO_API Xo_PolicyApi_AddResponse(PolicyApiSession* handle, const char* domainName,
+                                ResponseRecord* response, uint8_t update);
+XO_API Xo_PolicyApi_DeleteResponse(PolicyApiSession* handle, const char* responseName,
+                                   const char* domainName);
+XO_API Xo_PolicyApi_GetResponse(PolicyApiSession* handle, const char* responseName,
+                                const char* domainName, ResponseRecord** list);
 
-XO_API Xo_PolicyApi_AddResponseAttr(PolicyApiSession *handle,
-                                    const char *responseName,
-                                    const char *domainName,
-                                    ResponseAttrRecord *attr);
-XO_API Xo_PolicyApi_RemoveResponseAttr(PolicyApiSession *handle,
-                                       const char *responseName,
-                                       const char *domainName,
-                                       ResponseAttrRecord *attr);
-XO_API Xo_PolicyApi_GetResponseAttrs(PolicyApiSession *handle,
-                                     const char *responseName,
-                                     const char *domainName,
-                                     ResponseAttrRecord **list);
+XO_API Xo_PolicyApi_AddResponseAttr(PolicyApiSession* handle, const char* responseName,
+                                    const char* domainName, ResponseAttrRecord* attr);
+XO_API Xo_PolicyApi_RemoveResponseAttr(PolicyApiSession* handle, const char* responseName,
+                                       const char* domainName, ResponseAttrRecord* attr);
+XO_API Xo_PolicyApi_GetResponseAttrs(PolicyApiSession* handle, const char* responseName,
+                                     const char* domainName, ResponseAttrRecord** list);
 
 /* ------------------------------------------------------------------------ */
 /* User directories, ODBC query schemes, directory users                    */
 /* ------------------------------------------------------------------------ */
 
-XO_API Xo_PolicyApi_CreateUserDir(PolicyApiSession *handle,
-                                  UserDirRecord *userDir, uint8_t update);
-XO_API Xo_PolicyApi_DeleteUserDir(PolicyApiSession *handle,
-                                  const char *userDirName);
-XO_API Xo_PolicyApi_GetUserDir(PolicyApiSession *handle,
-                               const char *userDirName, UserDirRecord **list);
-XO_API Xo_PolicyApi_AddUserDirToDomain(PolicyApiSession *handle,
-                                       const char *userDirName,
-                                       const char *domainName);
-XO_API Xo_PolicyApi_RemoveUserDirFromDomain(PolicyApiSession *handle,
-                                            const char *userDirName,
-                                            const char *domainName);
-XO_API Xo_PolicyApi_GetUserDirSearchOrder(PolicyApiSession *handle,
-                                          const char *domainName,
-                                          char ***names);
-XO_API Xo_PolicyApi_SetUserDirSearchOrder(PolicyApiSession *handle,
-                                          const char *domainName,
-                                          char **names);
+XO_API Xo_PolicyApi_CreateUserDir(PolicyApiSession* handle, UserDirRecord* userDir, uint8_t update);
+XO_API Xo_PolicyApi_DeleteUserDir(PolicyApiSession* handle, const char* userDirName);
+XO_API Xo_PolicyApi_GetUserDir(PolicyApiSession* handle, const char* userDirName,
+                               UserDirRecord** list);
+XO_API Xo_PolicyApi_AddUserDirToDomain(PolicyApiSession* handle, const char* userDirName,
+                                       const char* domainName);
+XO_API Xo_PolicyApi_RemoveUserDirFromDomain(PolicyApiSession* handle, const char* userDirName,
+                                            const char* domainName);
+XO_API Xo_PolicyApi_GetUserDirSearchOrder(PolicyApiSession* handle, const char* domainName,
+                                          char*** names);
+XO_API Xo_PolicyApi_SetUserDirSearchOrder(PolicyApiSession* handle, const char* domainName,
+                                          char** names);
 
-XO_API Xo_PolicyApi_CreateODBCQueryScheme(PolicyApiSession *handle,
-                                          OdbcQuerySchemeRecord *scheme,
+XO_API Xo_PolicyApi_CreateODBCQueryScheme(PolicyApiSession* handle, OdbcQuerySchemeRecord* scheme,
                                           uint8_t update);
-XO_API Xo_PolicyApi_DeleteODBCQueryScheme(PolicyApiSession *handle,
-                                          const char *schemeName);
-XO_API Xo_PolicyApi_GetODBCQueryScheme(PolicyApiSession *handle,
-                                       const char *schemeName,
-                                       OdbcQuerySchemeRecord **list);
+XO_API Xo_PolicyApi_DeleteODBCQueryScheme(PolicyApiSession* handle, const char* schemeName);
+XO_API Xo_PolicyApi_GetODBCQueryScheme(PolicyApiSession* handle, const char* schemeName,
+                                       OdbcQuerySchemeRecord** list);
 
-XO_API Xo_PolicyApi_GetDirectoryContents(PolicyApiSession *handle,
-                                         const char *userDirName,
-                                         UserEntryRecord **list);
-XO_API Xo_PolicyApi_SetDisableUserState(PolicyApiSession *handle,
-                                        const char *userDirName,
-                                        const char *user,
-                                        Xo_Api_DisabledReason_t reason,
-                                        void *reserved);
-XO_API Xo_PolicyApi_GetDisableUserState(PolicyApiSession *handle,
-                                        const char *userDirName,
-                                        const char *user,
-                                        Xo_Api_DisabledReason_t *reason,
-                                        void *reserved);
-XO_API Xo_PolicyApi_SetPassword(PolicyApiSession *handle,
-                                const char *userDirName, const char *user,
-                                const char *newPassword, void *reserved);
-XO_API Xo_PolicyApi_FlushUser(PolicyApiSession *handle,
-                              const char *userDirName, const char *user);
+XO_API Xo_PolicyApi_GetDirectoryContents(PolicyApiSession* handle, const char* userDirName,
+                                         UserEntryRecord** list);
+XO_API Xo_PolicyApi_SetDisableUserState(PolicyApiSession* handle, const char* userDirName,
+                                        const char* user, Xo_Api_DisabledReason_t reason,
+                                        void* reserved);
+XO_API Xo_PolicyApi_GetDisableUserState(PolicyApiSession* handle, const char* userDirName,
+                                        const char* user, Xo_Api_DisabledReason_t* reason,
+                                        void* reserved);
+XO_API Xo_PolicyApi_SetPassword(PolicyApiSession* handle, const char* userDirName, const char* user,
+                                const char* newPassword, void* reserved);
+XO_API Xo_PolicyApi_FlushUser(PolicyApiSession* handle, const char* userDirName, const char* user);
 
 /* ------------------------------------------------------------------------ */
 /* Agents, authentication schemes, administrators                           */
 /* ------------------------------------------------------------------------ */
 
-XO_API Xo_PolicyApi_AddAgent(PolicyApiSession *handle, AgentRecord *agent,
-                             uint8_t update);
-XO_API Xo_PolicyApi_DeleteAgent(PolicyApiSession *handle,
-                                const char *agentName);
-XO_API Xo_PolicyApi_GetAgent(PolicyApiSession *handle, const char *agentName,
-                             AgentRecord **list);
+XO_API Xo_PolicyApi_AddAgent(PolicyApiSession* handle, AgentRecord* agent, uint8_t update);
+XO_API Xo_PolicyApi_DeleteAgent(PolicyApiSession* handle, const char* agentName);
+XO_API Xo_PolicyApi_GetAgent(PolicyApiSession* handle, const char* agentName, AgentRecord** list);
 
-XO_API Xo_PolicyApi_AddScheme(PolicyApiSession *handle, SchemeRecord *scheme,
-                              uint8_t update);
-XO_API Xo_PolicyApi_DeleteScheme(PolicyApiSession *handle,
-                                 const char *schemeName);
-XO_API Xo_PolicyApi_GetScheme(PolicyApiSession *handle, const char *schemeName,
-                              SchemeRecord **list);
+XO_API Xo_PolicyApi_AddScheme(PolicyApiSession* handle, SchemeRecord* scheme, uint8_t update);
+XO_API Xo_PolicyApi_DeleteScheme(PolicyApiSession* handle, const char* schemeName);
+XO_API Xo_PolicyApi_GetScheme(PolicyApiSession* handle, const char* schemeName,
+                              SchemeRecord** list);
 
-XO_API Xo_PolicyApi_AddAdmin(PolicyApiSession *handle, AdminRecord *admin,
-                             uint8_t update);
-XO_API Xo_PolicyApi_DeleteAdmin(PolicyApiSession *handle,
-                                const char *adminName);
-XO_API Xo_PolicyApi_GetAdmin(PolicyApiSession *handle, const char *adminName,
-                             AdminRecord **list);
-XO_API Xo_PolicyApi_AddAdminToDomain(PolicyApiSession *handle,
-                                     const char *adminName,
-                                     const char *domainName);
-XO_API Xo_PolicyApi_RemoveAdminFromDomain(PolicyApiSession *handle,
-                                          const char *adminName,
-                                          const char *domainName);
+XO_API Xo_PolicyApi_AddAdmin(PolicyApiSession* handle, AdminRecord* admin, uint8_t update);
+XO_API Xo_PolicyApi_DeleteAdmin(PolicyApiSession* handle, const char* adminName);
+XO_API Xo_PolicyApi_GetAdmin(PolicyApiSession* handle, const char* adminName, AdminRecord** list);
+XO_API Xo_PolicyApi_AddAdminToDomain(PolicyApiSession* handle, const char* adminName,
+                                     const char* domainName);
+XO_API Xo_PolicyApi_RemoveAdminFromDomain(PolicyApiSession* handle, const char* adminName,
+                                          const char* domainName);
 
 /* ------------------------------------------------------------------------ */
 /* Groups                                                                   */
 /* ------------------------------------------------------------------------ */
 
-XO_API Xo_PolicyApi_AddGroup(PolicyApiSession *handle, int32_t groupType,
-                             const char *domainName, GroupRecord *group,
-                             uint8_t update);
-XO_API Xo_PolicyApi_GetGroup(PolicyApiSession *handle, int32_t groupType,
-                             const char *groupName, const char *domainName,
-                             GroupRecord **list);
-XO_API Xo_PolicyApi_GetGroupNames(PolicyApiSession *handle, int32_t groupType,
-                                  const char *groupName,
-                                  const char *domainName, char ***names);
-XO_API Xo_PolicyApi_AddToGroup(PolicyApiSession *handle, int32_t groupType,
-                               const char *groupName, const char *memberName,
-                               const char *domainName, const char *realmName);
-XO_API Xo_PolicyApi_RemoveFromGroup(PolicyApiSession *handle,
-                                    int32_t groupType, const char *groupName,
-                                    const char *memberName,
-                                    const char *domainName,
-                                    const char *realmName);
-XO_API Xo_PolicyApi_IsGroup(PolicyApiSession *handle, int32_t groupType,
-                            const char *name, const char *domainName,
-                            uint8_t *isGroup);
-XO_API Xo_PolicyApi_DeleteGroup(PolicyApiSession *handle, int32_t groupType,
-                                const char *domainName, const char *groupName);
+XO_API Xo_PolicyApi_AddGroup(PolicyApiSession* handle, int32_t groupType, const char* domainName,
+                             GroupRecord* group, uint8_t update);
+XO_API Xo_PolicyApi_GetGroup(PolicyApiSession* handle, int32_t groupType, const char* groupName,
+                             const char* domainName, GroupRecord** list);
+XO_API Xo_PolicyApi_GetGroupNames(PolicyApiSession* handle, int32_t groupType,
+                                  const char* groupName, const char* domainName, char*** names);
+XO_API Xo_PolicyApi_AddToGroup(PolicyApiSession* handle, int32_t groupType, const char* groupName,
+                               const char* memberName, const char* domainName,
+                               const char* realmName);
+XO_API Xo_PolicyApi_RemoveFromGroup(PolicyApiSession* handle, int32_t groupType,
+                                    const char* groupName, const char* memberName,
+                                    const char* domainName, const char* realmName);
+XO_API Xo_PolicyApi_IsGroup(PolicyApiSession* handle, int32_t groupType, const char* name,
+                            const char* domainName, uint8_t* isGroup);
+XO_API Xo_PolicyApi_DeleteGroup(PolicyApiSession* handle, int32_t groupType, const char* domainName,
+                                const char* groupName);
 
 /* ------------------------------------------------------------------------ */
 /* Global listing, renaming, management commands                            */
 /* ------------------------------------------------------------------------ */
 
-XO_API Xo_PolicyApi_GetGlobalObjectNames(PolicyApiSession *handle,
-                                         uint32_t objectKind, char ***names);
-XO_API Xo_PolicyApi_RenameObject(PolicyApiSession *handle,
-                                 const char *objectId, const char *newName);
-XO_API Xo_PolicyApi_ManagementCommand(PolicyApiSession *handle,
-                                      ManagementCommandRecord *command);
+XO_API Xo_PolicyApi_GetGlobalObjectNames(PolicyApiSession* handle, uint32_t objectKind,
+                                         char*** names);
+XO_API Xo_PolicyApi_RenameObject(PolicyApiSession* handle, const char* objectId,
+                                 const char* newName);
+XO_API Xo_PolicyApi_ManagementCommand(PolicyApiSession* handle, ManagementCommandRecord* command);
 
 #ifdef __cplusplus
 }

@@ -11,9 +11,7 @@ CXoAdmObject::CXoAdmObject(std::unique_ptr<CXoObjBase> object)
 
 CXoAdmObject::~CXoAdmObject() = default;
 
-std::string CXoAdmObject::GetID() const {
-  return object_ ? object_->GetOid().GetOidString() : "0";
-}
+std::string CXoAdmObject::GetID() const { return object_ ? object_->GetOid().GetOidString() : "0"; }
 
 void CXoAdmObject::SetClassID(int32_t classId) {
   classId_ = classId;

@@ -26,12 +26,17 @@ class CXoAdmProtocol {
 };
 
 // The method words of the protocol, in protocol order.
-static const std::string ProtocolMethodNames[22] = {
-    "null",   "create",     "getprops",       "setprops",     "delete",
-    "find",   "search",     "update",         "validate",     "more",
-    "count",  "getreportparameter", "freecursor", "searchprops", "searchmore",
-    "lookuphostname", "lookuphostid", "getdirtypes", "setdisabled", "getdisabled",
-    "setpassword", ""};
+static const std::string ProtocolMethodNames[22] = {"null",         "create",
+                                                    "getprops",     "setprops",
+                                                    "delete",       "find",
+                                                    "search",       "update",
+                                                    "validate",     "more",
+                                                    "count",        "getreportparameter",
+                                                    "freecursor",   "searchprops",
+                                                    "searchmore",   "lookuphostname",
+                                                    "lookuphostid", "getdirtypes",
+                                                    "setdisabled",  "getdisabled",
+                                                    "setpassword",  ""};
 
 // A protocol-side view of a store object and of its class's dictionary.
 class CXoAdmObject {

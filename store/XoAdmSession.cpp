@@ -71,7 +71,8 @@ bool CXoAuthAdminUser::IsAllowed(int32_t right, int32_t arg, const CXoObjId& sco
   if (!backend || sessionId_.empty()) return false;
   AdminRights rights;
   if (Failed(backend->ReadRights(sessionId_, scope, rights))) return false;
-  if (rights.flags & XO_ADMFLAG_SYSTEM) return right == XO_RIGHT_MANAGE || right == XO_RIGHT_COMMAND;
+  if (rights.flags & XO_ADMFLAG_SYSTEM)
+    return right == XO_RIGHT_MANAGE || right == XO_RIGHT_COMMAND;
   switch (right) {
     case XO_RIGHT_MANAGE:
       return (rights.flags & XO_ADMFLAG_DOMAIN) && scope.GetOidClass() == XoObjId_Domain &&

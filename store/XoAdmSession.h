@@ -42,9 +42,8 @@ class CXoAdmRoot {
 
 class CXoAdmSession {
  public:
-  CXoAdmSession(const std::string& user, const std::string& password,
-                const std::string& remoteHost, const std::string& remoteUser,
-                const std::string& remoteAddr, bool interactive);
+  CXoAdmSession(const std::string& user, const std::string& password, const std::string& remoteHost,
+                const std::string& remoteUser, const std::string& remoteAddr, bool interactive);
   CXoAdmSession(const CXoAdmSession&) = delete;
   CXoAdmSession& operator=(const CXoAdmSession&) = delete;
   virtual ~CXoAdmSession();

@@ -17,8 +17,7 @@ const CXoObjDictProp* DictFor(XoObjId_Class cls) {
 
 }  // namespace
 
-CXoObjBase::CXoObjBase(XoObjId_Class cls)
-    : dict_(DictFor(cls)), values_(dict_->NumProps()) {}
+CXoObjBase::CXoObjBase(XoObjId_Class cls) : dict_(DictFor(cls)), values_(dict_->NumProps()) {}
 
 CXoObjBase::CXoObjBase(XoObjId_Class cls, const CXoObjId& oid)
     : dict_(DictFor(cls)), oid_(oid), values_(dict_->NumProps()) {}
@@ -154,11 +153,10 @@ CXoObjPolicyLink::CXoObjPolicyLink(const CXoObjId& rule, const CXoObjId& respons
 }
 
 CXoObjRealm::CXoObjRealm(const std::string& name, const std::string& description,
-                         const std::string& text, const CXoObjId& agent,
-                         const CXoObjId& agentType, const CXoObjId& scheme, bool flag1, bool flag2,
-                         bool flag3, const CXoObjId& reserved1, const CXoObjId& reserved2,
-                         int32_t int1, int32_t int2, const CXoObjId& parent, bool flag4,
-                         const CXoObjId& domain)
+                         const std::string& text, const CXoObjId& agent, const CXoObjId& agentType,
+                         const CXoObjId& scheme, bool flag1, bool flag2, bool flag3,
+                         const CXoObjId& reserved1, const CXoObjId& reserved2, int32_t int1,
+                         int32_t int2, const CXoObjId& parent, bool flag4, const CXoObjId& domain)
     : CXoObjBase(XoObjId_Realm, CXoObjId::NewOid(XoObjId_Realm)) {
   Set(Domain, domain);
   Set(Name, name);
@@ -269,8 +267,8 @@ CXoObjUserDirectory::CXoObjUserDirectory(
     const std::string& s1, const std::string& s2, const std::string& s3, const std::string& s4,
     const std::string& s5, const std::string& s6, int32_t i1, int32_t i2, int32_t i3, bool f1,
     bool f2, const std::string& s7, const std::string& s8, const CXoObjId& queryScheme,
-    const std::string& s9, const std::string& s10, const std::string& s11,
-    const std::string& s12, const std::string& s13)
+    const std::string& s9, const std::string& s10, const std::string& s11, const std::string& s12,
+    const std::string& s13)
     : CXoObjBase(XoObjId_UserDirectory, CXoObjId::NewOid(XoObjId_UserDirectory)) {
   Set(Name, name);
   Set(Description, description);
@@ -291,8 +289,8 @@ CXoObjUserDirectory::CXoObjUserDirectory(
 
 CXoObjAdmin::CXoObjAdmin(const std::string& name, const std::string& description,
                          const std::string& adminText, const CXoObjId& userDirectory,
-                         const CXoObjId& scheme, bool directoryBound,
-                         const CXoObjIdArray& domains, int32_t flags)
+                         const CXoObjId& scheme, bool directoryBound, const CXoObjIdArray& domains,
+                         int32_t flags)
     : CXoObjBase(XoObjId_Admin, CXoObjId::NewOid(XoObjId_Admin)) {
   Set(Name, name);
   Set(Description, description);
@@ -322,9 +320,8 @@ CXoObjVendorAttr::CXoObjVendorAttr(const std::string& name, const std::string& d
 }
 
 CXoObjUserPolicy::CXoObjUserPolicy(const std::string& entry, const std::string& detail,
-                                   int32_t resolution, int32_t kind,
-                                   const CXoObjId& userDirectory, const CXoObjId& policy,
-                                   const CXoObjId& domain)
+                                   int32_t resolution, int32_t kind, const CXoObjId& userDirectory,
+                                   const CXoObjId& policy, const CXoObjId& domain)
     : CXoObjBase(XoObjId_UserPolicy, CXoObjId::NewOid(XoObjId_UserPolicy)) {
   Set(Domain, domain);
   Set(Entry, entry);
@@ -335,19 +332,16 @@ CXoObjUserPolicy::CXoObjUserPolicy(const std::string& entry, const std::string& 
   Set(Policy, policy);
 }
 
-CXoObjODBCQuery::CXoObjODBCQuery(const std::string& name, const std::string& description,
-                                 const std::string& q1, const std::string& q2,
-                                 const std::string& q3, const std::string& q4,
-                                 const std::string& q5, const std::string& q6,
-                                 const std::string& q7, const std::string& q8,
-                                 const std::string& q9, const std::string& q10,
-                                 const std::string& q11, const std::string& q12,
-                                 const std::string& q13, const std::string& q14,
-                                 const std::string& q15)
+CXoObjODBCQuery::CXoObjODBCQuery(
+    const std::string& name, const std::string& description, const std::string& q1,
+    const std::string& q2, const std::string& q3, const std::string& q4, const std::string& q5,
+    const std::string& q6, const std::string& q7, const std::string& q8, const std::string& q9,
+    const std::string& q10, const std::string& q11, const std::string& q12, const std::string& q13,
+    const std::string& q14, const std::string& q15)
     : CXoObjBase(XoObjId_ODBCQuery, CXoObjId::NewOid(XoObjId_ODBCQuery)) {
   Set(Name, name);
   Set(Description, description);
-  const std::string* queries[] = {&q1, &q2, &q3,  &q4,  &q5,  &q6,  &q7, &q8,
+  const std::string* queries[] = {&q1, &q2,  &q3,  &q4,  &q5,  &q6,  &q7, &q8,
                                   &q9, &q10, &q11, &q12, &q13, &q14, &q15};
   for (uint32_t i = 0; i < kQueries; ++i) Set(Query1 + i, *queries[i]);
 }

@@ -56,10 +56,10 @@ class CXoObjBase {
   std::vector<XoPropValue> values_;
 };
 
-#define XO_STORE_CLASS_BASICS(Type, ClassNumber)                        \
-  Type() : CXoObjBase(ClassNumber) {}                                    \
-  explicit Type(const CXoObjId& oid) : CXoObjBase(ClassNumber, oid) {}  \
-  CXoObjBase* New() const override { return new Type(); }               \
+#define XO_STORE_CLASS_BASICS(Type, ClassNumber)                       \
+  Type() : CXoObjBase(ClassNumber) {}                                  \
+  explicit Type(const CXoObjId& oid) : CXoObjBase(ClassNumber, oid) {} \
+  CXoObjBase* New() const override { return new Type(); }              \
   CXoObjBase* Copy() const override { return new Type(*this); }
 
 // Agent.
@@ -67,9 +67,8 @@ class CXoObjDevice : public CXoObjBase {
  public:
   enum : uint32_t { Name = 1, Description, String1, String2, AgentType, IntValue };
   XO_STORE_CLASS_BASICS(CXoObjDevice, XoObjId_Device)
-  CXoObjDevice(const std::string& name, const std::string& description,
-               const std::string& string1, const std::string& string2, const CXoObjId& agentType,
-               int32_t value);
+  CXoObjDevice(const std::string& name, const std::string& description, const std::string& string1,
+               const std::string& string2, const CXoObjId& agentType, int32_t value);
   const std::string& GetDescription() const { return Text(Description); }
   const std::string& GetString1() const { return Text(String1); }
   const std::string& GetString2() const { return Text(String2); }
@@ -82,8 +81,8 @@ class CXoObjDeviceGroup : public CXoObjBase {
  public:
   enum : uint32_t { Name = 1, Description, Vendor, Members };
   XO_STORE_CLASS_BASICS(CXoObjDeviceGroup, XoObjId_DeviceGroup)
-  CXoObjDeviceGroup(const std::string& name, const std::string& description,
-                    const CXoObjId& vendor, const CXoObjIdArray& members);
+  CXoObjDeviceGroup(const std::string& name, const std::string& description, const CXoObjId& vendor,
+                    const CXoObjIdArray& members);
   const std::string& GetDescription() const { return Text(Description); }
   const CXoObjId& GetVendorOid() const { return Id(Vendor); }
   const CXoObjIdArray& GetMembers() const { return Ids(Members); }
@@ -117,7 +116,16 @@ class CXoObjDomain : public CXoObjBase {
 
 class CXoObjPolicy : public CXoObjBase {
  public:
-  enum : uint32_t { Domain = 1, Name, Description, Text1, TimeRestriction, Enabled, PolicyFlag, Text2 };
+  enum : uint32_t {
+    Domain = 1,
+    Name,
+    Description,
+    Text1,
+    TimeRestriction,
+    Enabled,
+    PolicyFlag,
+    Text2
+  };
   XO_STORE_CLASS_BASICS(CXoObjPolicy, XoObjId_Policy)
   CXoObjPolicy(const std::string& name, const std::string& description, const std::string& text1,
                const CXoObjTime& time, bool enabled, bool flag, const std::string& text2,
@@ -186,9 +194,8 @@ class CXoObjResponse : public CXoObjBase {
  public:
   enum : uint32_t { Domain = 1, Name, Description, AgentType, Attributes, Flag1, Flag2, Flag3 };
   XO_STORE_CLASS_BASICS(CXoObjResponse, XoObjId_Response)
-  CXoObjResponse(const std::string& name, const std::string& description,
-                 const CXoObjId& agentType, bool flag1, bool flag2, bool flag3,
-                 const CXoObjId& domain);
+  CXoObjResponse(const std::string& name, const std::string& description, const CXoObjId& agentType,
+                 bool flag1, bool flag2, bool flag3, const CXoObjId& domain);
   const std::string& GetDescription() const { return Text(Description); }
   const CXoObjId& GetAgentTypeOid() const { return Id(AgentType); }
   const CXoObjIdArray& GetAttributes() const { return Ids(Attributes); }
@@ -199,9 +206,8 @@ class CXoObjResponseAttr : public CXoObjBase {
  public:
   enum : uint32_t { Domain = 1, Value, VendorAttr, Response, Int1, Int2 };
   XO_STORE_CLASS_BASICS(CXoObjResponseAttr, XoObjId_ResponseAttr)
-  CXoObjResponseAttr(const std::string& value, const CXoObjId& vendorAttr,
-                     const CXoObjId& response, int32_t int1, int32_t int2,
-                     const CXoObjId& domain);
+  CXoObjResponseAttr(const std::string& value, const CXoObjId& vendorAttr, const CXoObjId& response,
+                     int32_t int1, int32_t int2, const CXoObjId& domain);
   const std::string& GetValue() const { return Text(Value); }
   const CXoObjId& GetVendorAttrOid() const { return Id(VendorAttr); }
   const CXoObjId& GetResponseOid() const { return Id(Response); }
@@ -226,8 +232,7 @@ class CXoObjResponseGroup : public CXoObjBase {
   enum : uint32_t { Domain = 1, Name, Description, Vendor, Members };
   XO_STORE_CLASS_BASICS(CXoObjResponseGroup, XoObjId_ResponseGroup)
   CXoObjResponseGroup(const std::string& name, const std::string& description,
-                      const CXoObjId& vendor, const CXoObjIdArray& members,
-                      const CXoObjId& domain);
+                      const CXoObjId& vendor, const CXoObjIdArray& members, const CXoObjId& domain);
   const std::string& GetDescription() const { return Text(Description); }
   const CXoObjId& GetVendorOid() const { return Id(Vendor); }
   const CXoObjIdArray& GetMembers() const { return Ids(Members); }
@@ -294,9 +299,8 @@ class CXoObjScheme : public CXoObjBase {
   };
   XO_STORE_CLASS_BASICS(CXoObjScheme, XoObjId_Scheme)
   CXoObjScheme(const std::string& name, const std::string& description, int32_t int1,
-               const std::string& string1, const std::string& string2,
-               const std::string& string3, bool flag1, bool flag2, int32_t int2, bool flag3,
-               bool flag4, bool flag5);
+               const std::string& string1, const std::string& string2, const std::string& string3,
+               bool flag1, bool flag2, int32_t int2, bool flag3, bool flag4, bool flag5);
   const std::string& GetDescription() const { return Text(Description); }
 };
 
@@ -352,10 +356,9 @@ class CXoObjAdmin : public CXoObjBase {
     AdminFlags
   };
   XO_STORE_CLASS_BASICS(CXoObjAdmin, XoObjId_Admin)
-  CXoObjAdmin(const std::string& name, const std::string& description,
-              const std::string& adminText, const CXoObjId& userDirectory,
-              const CXoObjId& scheme, bool directoryBound, const CXoObjIdArray& domains,
-              int32_t flags);
+  CXoObjAdmin(const std::string& name, const std::string& description, const std::string& adminText,
+              const CXoObjId& userDirectory, const CXoObjId& scheme, bool directoryBound,
+              const CXoObjIdArray& domains, int32_t flags);
   const std::string& GetDescription() const { return Text(Description); }
   const std::string& GetAdminText() const { return Text(AdminText); }
   const CXoObjId& GetUserDirectoryOid() const { return Id(UserDirectory); }
@@ -380,8 +383,8 @@ class CXoObjVendorAttr : public CXoObjBase {
  public:
   enum : uint32_t { Name = 1, Description, Vendor, ValueType, Code };
   XO_STORE_CLASS_BASICS(CXoObjVendorAttr, XoObjId_VendorAttr)
-  CXoObjVendorAttr(const std::string& name, const std::string& description,
-                   const CXoObjId& vendor, const std::string& valueType, int32_t code);
+  CXoObjVendorAttr(const std::string& name, const std::string& description, const CXoObjId& vendor,
+                   const std::string& valueType, int32_t code);
   const std::string& GetDescription() const { return Text(Description); }
   const CXoObjId& GetVendorOid() const { return Id(Vendor); }
 };

@@ -12,12 +12,20 @@ constexpr uint32_t kStored = XoProp_Storable;
 constexpr uint32_t kNameFlags = XoProp_Required | XoProp_Unique | XoProp_Searchable | kStored;
 
 XoPropDef Key() {
-  return {0, "Oid", XoPropType::Id, XoProp_Required | XoProp_Searchable | kStored, 64,
-          XoPropStorage::Key, XoOnDelete::Keep, {}, 0, 0};
+  return {0,
+          "Oid",
+          XoPropType::Id,
+          XoProp_Required | XoProp_Searchable | kStored,
+          64,
+          XoPropStorage::Key,
+          XoOnDelete::Keep,
+          {},
+          0,
+          0};
 }
 XoPropDef Text(uint32_t n, const char* name, uint32_t flags = kStored) {
-  return {n, name, XoPropType::Text, flags, kMaxText, XoPropStorage::Column, XoOnDelete::Keep,
-          {}, 0, 0};
+  return {n, name, XoPropType::Text, flags, kMaxText, XoPropStorage::Column, XoOnDelete::Keep, {},
+          0, 0};
 }
 XoPropDef NameText(uint32_t n) { return Text(n, "Name", kNameFlags); }
 XoPropDef Int(uint32_t n, const char* name) {
@@ -27,35 +35,57 @@ XoPropDef Bool(uint32_t n, const char* name) {
   return {n, name, XoPropType::Bool, kStored, 0, XoPropStorage::Column, XoOnDelete::Keep, {}, 0, 0};
 }
 XoPropDef Time(uint32_t n, const char* name) {
-  return {n, name, XoPropType::Time, kStored, kMaxText, XoPropStorage::Column, XoOnDelete::Keep,
-          {}, 0, 0};
+  return {n, name, XoPropType::Time, kStored, kMaxText, XoPropStorage::Column, XoOnDelete::Keep, {},
+          0, 0};
 }
 XoPropDef Ref(uint32_t n, const char* name, std::vector<int32_t> classes, XoOnDelete onDelete,
               uint32_t flags = kStored | XoProp_Searchable) {
-  return {n, name, XoPropType::Id, flags, 64, XoPropStorage::Column, onDelete,
-          std::move(classes), 0, 0};
+  return {n, name, XoPropType::Id, flags, 64, XoPropStorage::Column, onDelete, std::move(classes),
+          0, 0};
 }
 XoPropDef Required(XoPropDef def) {
   def.flags |= XoProp_Required;
   return def;
 }
-XoPropDef DomainRef() {
-  return Required(Ref(1, "Domain", {XoObjId_Domain}, XoOnDelete::Cascade));
-}
+XoPropDef DomainRef() { return Required(Ref(1, "Domain", {XoObjId_Domain}, XoOnDelete::Cascade)); }
 // An ordered list of identifiers written by the API.
 XoPropDef StoredList(uint32_t n, const char* name, std::vector<int32_t> classes) {
-  return {n, name, XoPropType::IdList, kStored | XoProp_List | XoProp_Collection, 64,
-          XoPropStorage::Stored, XoOnDelete::Keep, std::move(classes), 0, 0};
+  return {n,
+          name,
+          XoPropType::IdList,
+          kStored | XoProp_List | XoProp_Collection,
+          64,
+          XoPropStorage::Stored,
+          XoOnDelete::Keep,
+          std::move(classes),
+          0,
+          0};
 }
 // The other side of a stored list: the owners whose list names this object.
 XoPropDef InverseList(uint32_t n, const char* name, int32_t ownerClass, uint32_t ownerProp) {
-  return {n, name, XoPropType::IdList, kStored | XoProp_List | XoProp_Collection, 64,
-          XoPropStorage::Inverse, XoOnDelete::Keep, {ownerClass}, ownerClass, ownerProp};
+  return {n,
+          name,
+          XoPropType::IdList,
+          kStored | XoProp_List | XoProp_Collection,
+          64,
+          XoPropStorage::Inverse,
+          XoOnDelete::Keep,
+          {ownerClass},
+          ownerClass,
+          ownerProp};
 }
 // The objects of a class that point here (or all of them when memberProp is 0).
 XoPropDef DerivedList(uint32_t n, const char* name, int32_t memberClass, uint32_t memberProp) {
-  return {n, name, XoPropType::IdList, XoProp_List | XoProp_Collection, 64,
-          XoPropStorage::Derived, XoOnDelete::Keep, {memberClass}, memberClass, memberProp};
+  return {n,
+          name,
+          XoPropType::IdList,
+          XoProp_List | XoProp_Collection,
+          64,
+          XoPropStorage::Derived,
+          XoOnDelete::Keep,
+          {memberClass},
+          memberClass,
+          memberProp};
 }
 
 std::vector<XoPropDef> Props(std::initializer_list<XoPropDef> defs) {
@@ -77,10 +107,10 @@ std::vector<XoPropDef> GroupProps(bool inDomain, std::vector<int32_t> memberClas
 
 std::vector<std::unique_ptr<CXoObjDictProp>> BuildDictionaries() {
   std::vector<std::unique_ptr<CXoObjDictProp>> d;
-  auto add = [&d](XoObjId_Class cls, const char* name, const char* table, std::vector<XoPropDef> props,
-                  std::vector<uint32_t> scope) {
-    d.push_back(std::make_unique<CXoObjDictProp>(cls, name, table, std::move(props),
-                                                 std::move(scope)));
+  auto add = [&d](XoObjId_Class cls, const char* name, const char* table,
+                  std::vector<XoPropDef> props, std::vector<uint32_t> scope) {
+    d.push_back(
+        std::make_unique<CXoObjDictProp>(cls, name, table, std::move(props), std::move(scope)));
   };
   const XoOnDelete kCascade = XoOnDelete::Cascade, kRestrict = XoOnDelete::Restrict,
                    kNullify = XoOnDelete::Nullify, kKeep = XoOnDelete::Keep;
@@ -92,8 +122,7 @@ std::vector<std::unique_ptr<CXoObjDictProp>> BuildDictionaries() {
   add(XoObjId_DeviceGroup, "DeviceGroup", "device_group",
       GroupProps(false, {XoObjId_Device, XoObjId_DeviceGroup}), {});
   add(XoObjId_Domain, "Domain", "domain",
-      Props({NameText(1), Text(2, "Description"),
-             DerivedList(3, "Realms", XoObjId_Realm, 1),
+      Props({NameText(1), Text(2, "Description"), DerivedList(3, "Realms", XoObjId_Realm, 1),
              StoredList(4, "UserDirectories", {XoObjId_UserDirectory}),
              DerivedList(5, "Rules", XoObjId_Rule, 1),
              DerivedList(6, "RuleGroups", XoObjId_RuleGroup, 1),
@@ -147,9 +176,9 @@ std::vector<std::unique_ptr<CXoObjDictProp>> BuildDictionaries() {
   add(XoObjId_Rule, "Rule", "rule",
       Props({DomainRef(), NameText(2), Text(3, "Description"),
              Required(Ref(4, "Realm", {XoObjId_Realm}, kCascade)),
-             Ref(5, "AgentType", {XoObjId_Vendor}, kRestrict), Text(6, "Text1"),
-             Text(7, "Text2"), Time(8, "TimeRestriction"), Bool(9, "Flag1"), Bool(10, "Flag2"),
-             Text(11, "Text3"), Bool(12, "Flag3")}),
+             Ref(5, "AgentType", {XoObjId_Vendor}, kRestrict), Text(6, "Text1"), Text(7, "Text2"),
+             Time(8, "TimeRestriction"), Bool(9, "Flag1"), Bool(10, "Flag2"), Text(11, "Text3"),
+             Bool(12, "Flag3")}),
       {4});
   add(XoObjId_RuleGroup, "RuleGroup", "rule_group",
       GroupProps(true, {XoObjId_Rule, XoObjId_RuleGroup}), {1});
@@ -159,12 +188,27 @@ std::vector<std::unique_ptr<CXoObjDictProp>> BuildDictionaries() {
              Int(9, "Int2"), Bool(10, "Flag3"), Bool(11, "Flag4"), Bool(12, "Flag5")}),
       {});
   add(XoObjId_UserDirectory, "UserDirectory", "user_directory",
-      Props({NameText(1), Text(2, "Description"), Text(3, "DirectoryType"), Text(4, "String1"),
-             Text(5, "String2"), Text(6, "String3"), Text(7, "String4"), Text(8, "String5"),
-             Text(9, "String6"), Int(10, "Int1"), Int(11, "Int2"), Int(12, "Int3"),
-             Bool(13, "Flag1"), Bool(14, "Flag2"), Text(15, "String7"), Text(16, "String8"),
-             Ref(17, "QueryScheme", {XoObjId_ODBCQuery}, kNullify), Text(18, "String9"),
-             Text(19, "String10"), Text(20, "String11"), Text(21, "String12"),
+      Props({NameText(1),
+             Text(2, "Description"),
+             Text(3, "DirectoryType"),
+             Text(4, "String1"),
+             Text(5, "String2"),
+             Text(6, "String3"),
+             Text(7, "String4"),
+             Text(8, "String5"),
+             Text(9, "String6"),
+             Int(10, "Int1"),
+             Int(11, "Int2"),
+             Int(12, "Int3"),
+             Bool(13, "Flag1"),
+             Bool(14, "Flag2"),
+             Text(15, "String7"),
+             Text(16, "String8"),
+             Ref(17, "QueryScheme", {XoObjId_ODBCQuery}, kNullify),
+             Text(18, "String9"),
+             Text(19, "String10"),
+             Text(20, "String11"),
+             Text(21, "String12"),
              Text(22, "String13")}),
       {});
   add(XoObjId_Admin, "Admin", "admin",
@@ -260,26 +304,47 @@ int32_t CXoObjDictProp::FindByName(const std::string& name) const {
 
 CXoObjBase* CXoObjDictProp::MakeObject(const CXoObjId& id) {
   switch (id.GetOidClass()) {
-    case XoObjId_Device: return new CXoObjDevice(id);
-    case XoObjId_DeviceGroup: return new CXoObjDeviceGroup(id);
-    case XoObjId_Domain: return new CXoObjDomain(id);
-    case XoObjId_Policy: return new CXoObjPolicy(id);
-    case XoObjId_PolicyLink: return new CXoObjPolicyLink(id);
-    case XoObjId_Realm: return new CXoObjRealm(id);
-    case XoObjId_Response: return new CXoObjResponse(id);
-    case XoObjId_ResponseAttr: return new CXoObjResponseAttr(id);
-    case XoObjId_ResponseGroup: return new CXoObjResponseGroup(id);
-    case XoObjId_Root: return new CXoObjRoot(id);
-    case XoObjId_Rule: return new CXoObjRule(id);
-    case XoObjId_RuleGroup: return new CXoObjRuleGroup(id);
-    case XoObjId_Scheme: return new CXoObjScheme(id);
-    case XoObjId_UserDirectory: return new CXoObjUserDirectory(id);
-    case XoObjId_Admin: return new CXoObjAdmin(id);
-    case XoObjId_Vendor: return new CXoObjVendor(id);
-    case XoObjId_VendorAttr: return new CXoObjVendorAttr(id);
-    case XoObjId_UserPolicy: return new CXoObjUserPolicy(id);
-    case XoObjId_ODBCQuery: return new CXoObjODBCQuery(id);
-    case XoObjId_ServerCommand: return new CXoObjServerCommand(id);
-    default: return nullptr;
+    case XoObjId_Device:
+      return new CXoObjDevice(id);
+    case XoObjId_DeviceGroup:
+      return new CXoObjDeviceGroup(id);
+    case XoObjId_Domain:
+      return new CXoObjDomain(id);
+    case XoObjId_Policy:
+      return new CXoObjPolicy(id);
+    case XoObjId_PolicyLink:
+      return new CXoObjPolicyLink(id);
+    case XoObjId_Realm:
+      return new CXoObjRealm(id);
+    case XoObjId_Response:
+      return new CXoObjResponse(id);
+    case XoObjId_ResponseAttr:
+      return new CXoObjResponseAttr(id);
+    case XoObjId_ResponseGroup:
+      return new CXoObjResponseGroup(id);
+    case XoObjId_Root:
+      return new CXoObjRoot(id);
+    case XoObjId_Rule:
+      return new CXoObjRule(id);
+    case XoObjId_RuleGroup:
+      return new CXoObjRuleGroup(id);
+    case XoObjId_Scheme:
+      return new CXoObjScheme(id);
+    case XoObjId_UserDirectory:
+      return new CXoObjUserDirectory(id);
+    case XoObjId_Admin:
+      return new CXoObjAdmin(id);
+    case XoObjId_Vendor:
+      return new CXoObjVendor(id);
+    case XoObjId_VendorAttr:
+      return new CXoObjVendorAttr(id);
+    case XoObjId_UserPolicy:
+      return new CXoObjUserPolicy(id);
+    case XoObjId_ODBCQuery:
+      return new CXoObjODBCQuery(id);
+    case XoObjId_ServerCommand:
+      return new CXoObjServerCommand(id);
+    default:
+      return nullptr;
   }
 }

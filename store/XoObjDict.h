@@ -43,11 +43,11 @@ enum XoPropFlag : uint32_t {
 
 // Where a property's value lives.
 enum class XoPropStorage : uint8_t {
-  Key,        // the object's own identifier (property 0)
-  Column,     // a column of the class's table
-  Stored,     // an ordered identifier list written by the API
-  Inverse,    // the other side of another class's stored list
-  Derived,    // the objects that point here, in creation order
+  Key,      // the object's own identifier (property 0)
+  Column,   // a column of the class's table
+  Stored,   // an ordered identifier list written by the API
+  Inverse,  // the other side of another class's stored list
+  Derived,  // the objects that point here, in creation order
 };
 
 // What deleting the referenced object does to a referencing one.
@@ -63,12 +63,12 @@ struct XoPropDef {
   const char* name;
   XoPropType type;
   uint32_t flags;
-  uint32_t maxLength;           // texts: longest accepted length in bytes
+  uint32_t maxLength;  // texts: longest accepted length in bytes
   XoPropStorage storage;
-  XoOnDelete onDelete;          // identifiers and stored lists
+  XoOnDelete onDelete;              // identifiers and stored lists
   std::vector<int32_t> refClasses;  // classes an identifier may name (empty: any)
-  int32_t listClass;            // Inverse: owner class; Derived: member class
-  uint32_t listProp;            // Inverse: owner's list; Derived: member's reference (0: all)
+  int32_t listClass;                // Inverse: owner class; Derived: member class
+  uint32_t listProp;                // Inverse: owner's list; Derived: member's reference (0: all)
 
   bool Is(XoPropFlag flag) const { return (flags & flag) != 0; }
 };

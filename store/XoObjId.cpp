@@ -34,11 +34,11 @@ bool IsUuid(const char* s, size_t length) {
 }
 
 constexpr const char* kClassNames[] = {
-    "",         "Device",      "DeviceGroup", "Domain",        "Policy",      "PolicyLink",
-    "Realm",    "Response",    "ResponseAttr", "ResponseGroup", "Root",        "Rule",
-    "RuleGroup", "Scheme",     "UserDirectory", "Admin",        "Vendor",      "VendorAttr",
-    "UserPolicy", "ODBCQuery", "ServerCommand", "Reserved21",   "Reserved22",  "Reserved23",
-    "Reserved24", "Reserved25", "StoreSettings", "Reserved27",  "AuditTrail"};
+    "",           "Device",     "DeviceGroup",   "Domain",        "Policy",     "PolicyLink",
+    "Realm",      "Response",   "ResponseAttr",  "ResponseGroup", "Root",       "Rule",
+    "RuleGroup",  "Scheme",     "UserDirectory", "Admin",         "Vendor",     "VendorAttr",
+    "UserPolicy", "ODBCQuery",  "ServerCommand", "Reserved21",    "Reserved22", "Reserved23",
+    "Reserved24", "Reserved25", "StoreSettings", "Reserved27",    "AuditTrail"};
 
 }  // namespace
 
@@ -46,8 +46,7 @@ CXoObjId::CXoObjId() : class_(XoObjId_None), oid_("00-") {}
 
 CXoObjId::CXoObjId(XoObjId_Class cls, const char* oid) : class_(cls), oid_(oid ? oid : "") {}
 
-CXoObjId::CXoObjId(const std::string& oidString)
-    : class_(ClassOf(oidString)), oid_(oidString) {}
+CXoObjId::CXoObjId(const std::string& oidString) : class_(ClassOf(oidString)), oid_(oidString) {}
 
 CXoObjId::~CXoObjId() = default;
 
@@ -67,8 +66,8 @@ const CXoObjId& CXoObjId::GetOid() const { return *this; }
 
 CXoObjId CXoObjId::NewOid(XoObjId_Class cls) {
   std::string hex = xo::platform::RandomHex(16);
-  hex[12] = '4';                                        // version 4
-  hex[16] = "89ab"[HexValue(hex[16]) & 0x3];            // RFC 4122 variant
+  hex[12] = '4';                              // version 4
+  hex[16] = "89ab"[HexValue(hex[16]) & 0x3];  // RFC 4122 variant
   static const char kDigits[] = "0123456789abcdef";
   std::string oid;
   oid.reserve(39);

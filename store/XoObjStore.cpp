@@ -82,7 +82,7 @@ void CXoObjStore::Release() {
   if (--store.references == 0) store.backend.reset();
 }
 
-#define XO_REQUIRE_BACKEND()         \
+#define XO_REQUIRE_BACKEND()          \
   IStoreBackend* backend = Backend(); \
   if (!backend) return kUnavailable
 

@@ -23,8 +23,8 @@ class CXoObjStore {
   // last flag asks for a store ready for use; false with a message in
   // `message` when the store is missing, never initialised or unreadable.
   // Each successful Init is matched by one Release.
-  static bool Init(std::string& message, bool readOnly, bool create, bool reserved3,
-                   bool reserved4, bool reserved5, bool reserved6, bool ready);
+  static bool Init(std::string& message, bool readOnly, bool create, bool reserved3, bool reserved4,
+                   bool reserved5, bool reserved6, bool ready);
   static void Release();
 
   // With property 0 and no value: fills the object named by its identifier.
@@ -36,8 +36,7 @@ class CXoObjStore {
   static int32_t Search(const CXoObjBase& templ, CXoObjIdArray& hits, uint32_t prop,
                         const XoPropValue& value, const std::string& sessionId);
   static int32_t SearchMultiple(const CXoObjBase& templ, CXoObjIdArray& hits,
-                                const XoObjSearchFilterList& filters,
-                                const std::string& sessionId);
+                                const XoObjSearchFilterList& filters, const std::string& sessionId);
   static int32_t Delete(const CXoObjId& id, const std::string& sessionId);
   static int32_t InvalidateCache(const CXoObjId& id, const CXoObjId& scope, bool flag,
                                  const std::string& sessionId);

@@ -7,27 +7,37 @@ namespace xo::store::sqlite {
 int32_t MapSqliteError(int rc) {
   switch (rc & 0xff) {
     case SQLITE_BUSY:
-    case SQLITE_LOCKED: return kBusy;
-    case SQLITE_NOMEM: return kOutOfMemory;
-    case SQLITE_IOERR: return kIoError;
-    case SQLITE_FULL: return kDiskFull;
+    case SQLITE_LOCKED:
+      return kBusy;
+    case SQLITE_NOMEM:
+      return kOutOfMemory;
+    case SQLITE_IOERR:
+      return kIoError;
+    case SQLITE_FULL:
+      return kDiskFull;
     case SQLITE_CORRUPT:
-    case SQLITE_NOTADB: return kCorrupt;
-    case SQLITE_READONLY: return kReadOnly;
-    case SQLITE_CONSTRAINT: return kConstraint;
+    case SQLITE_NOTADB:
+      return kCorrupt;
+    case SQLITE_READONLY:
+      return kReadOnly;
+    case SQLITE_CONSTRAINT:
+      return kConstraint;
     case SQLITE_CANTOPEN:
     case SQLITE_PERM:
-    case SQLITE_AUTH: return kUnavailable;
-    case SQLITE_TOOBIG: return kTextTooLong;
-    default: return kInternal;
+    case SQLITE_AUTH:
+      return kUnavailable;
+    case SQLITE_TOOBIG:
+      return kTextTooLong;
+    default:
+      return kInternal;
   }
 }
 
 Statement::~Statement() { sqlite3_finalize(stmt_); }
 
 Statement& Statement::Bind(int index, std::string_view text) {
-  int rc = sqlite3_bind_text(stmt_, index, text.data(), static_cast<int>(text.size()),
-                             SQLITE_TRANSIENT);
+  int rc =
+      sqlite3_bind_text(stmt_, index, text.data(), static_cast<int>(text.size()), SQLITE_TRANSIENT);
   if (rc != SQLITE_OK) throw StoreError{MapSqliteError(rc)};
   return *this;
 }
@@ -158,8 +168,7 @@ void Connection::Rollback() {
   if (!operationOpen_) return;
   operationOpen_ = false;
   if (operationIsSavepoint_) {
-    sqlite3_exec(db_, "ROLLBACK TO xo_operation; RELEASE xo_operation", nullptr, nullptr,
-                 nullptr);
+    sqlite3_exec(db_, "ROLLBACK TO xo_operation; RELEASE xo_operation", nullptr, nullptr, nullptr);
   } else if (!sqlite3_get_autocommit(db_)) {
     sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
   }

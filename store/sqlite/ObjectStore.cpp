@@ -104,20 +104,27 @@ bool ObjectStore::Exists(const CXoObjId& id) {
   return exists->Step();
 }
 
-void ObjectStore::BindColumns(Statement& statement, const ClassSql& sql,
-                              const CXoObjBase& object) {
+void ObjectStore::BindColumns(Statement& statement, const ClassSql& sql, const CXoObjBase& object) {
   int parameter = 2;
   for (const XoPropDef* def : sql.columns) {
     switch (def->type) {
-      case XoPropType::Int: statement.Bind(parameter, object.Int(def->number)); break;
-      case XoPropType::Bool: statement.Bind(parameter, int64_t{object.Flag(def->number)}); break;
+      case XoPropType::Int:
+        statement.Bind(parameter, object.Int(def->number));
+        break;
+      case XoPropType::Bool:
+        statement.Bind(parameter, int64_t{object.Flag(def->number)});
+        break;
       case XoPropType::Id: {
         const CXoObjId& id = object.Id(def->number);
         statement.Bind(parameter, id.IsOidNull() ? std::string("00-") : id.GetOidString());
         break;
       }
-      case XoPropType::Time: statement.Bind(parameter, object.Time(def->number).GetText()); break;
-      default: statement.Bind(parameter, object.Text(def->number)); break;
+      case XoPropType::Time:
+        statement.Bind(parameter, object.Time(def->number).GetText());
+        break;
+      default:
+        statement.Bind(parameter, object.Text(def->number));
+        break;
     }
     ++parameter;
   }
@@ -130,15 +137,24 @@ void ObjectStore::ReadColumns(Statement& statement, const ClassSql& sql, CXoObjB
       case XoPropType::Int:
         object.Set(def->number, static_cast<int32_t>(statement.Int(column)));
         break;
-      case XoPropType::Bool: object.Set(def->number, statement.Int(column) != 0); break;
-      case XoPropType::Id: object.Set(def->number, CXoObjId(statement.Text(column))); break;
-      case XoPropType::Time: object.Set(def->number, CXoObjTime(statement.Text(column))); break;
-      default: object.Set(def->number, statement.Text(column)); break;
+      case XoPropType::Bool:
+        object.Set(def->number, statement.Int(column) != 0);
+        break;
+      case XoPropType::Id:
+        object.Set(def->number, CXoObjId(statement.Text(column)));
+        break;
+      case XoPropType::Time:
+        object.Set(def->number, CXoObjTime(statement.Text(column)));
+        break;
+      default:
+        object.Set(def->number, statement.Text(column));
+        break;
     }
     ++column;
   }
   if (sql.columns.empty()) ++column;
-  for (const XoPropDef* def : sql.lists) object.Set(def->number, SplitIds(statement.Text(column++)));
+  for (const XoPropDef* def : sql.lists)
+    object.Set(def->number, SplitIds(statement.Text(column++)));
 }
 
 void ObjectStore::Load(CXoObjBase& object) {
@@ -177,9 +193,8 @@ void ObjectStore::ValidateColumns(const CXoObjBase& object) {
   for (const XoPropDef& def : object.Dict().Props()) {
     if (def.storage != XoPropStorage::Column) continue;
     if (def.type == XoPropType::Text || def.type == XoPropType::Time) {
-      const std::string& text = def.type == XoPropType::Text
-                                    ? object.Text(def.number)
-                                    : object.Time(def.number).GetText();
+      const std::string& text = def.type == XoPropType::Text ? object.Text(def.number)
+                                                             : object.Time(def.number).GetText();
       if (text.size() > def.maxLength) Fail(kTextTooLong);
       if (def.Is(XoProp_Required) && text.empty()) Fail(kNameRequired);
     } else if (def.type == XoPropType::Id) {
@@ -300,13 +315,13 @@ void ObjectStore::Save(CXoObjBase& object, bool overwrite) {
 CXoObjIdArray ObjectStore::ReadList(const CXoObjId& owner, const XoPropDef& def) {
   CXoObjIdArray ids;
   if (def.storage == XoPropStorage::Stored) {
-    Use list(db_.Prepare(
-        "SELECT member FROM xo_list WHERE owner = ?1 AND prop = ?2 ORDER BY pos"));
+    Use list(db_.Prepare("SELECT member FROM xo_list WHERE owner = ?1 AND prop = ?2 ORDER BY pos"));
     list->Bind(1, owner.GetOidString()).Bind(2, int64_t{def.number});
     while (list->Step()) ids.emplace_back(list->Text(0));
   } else if (def.storage == XoPropStorage::Inverse) {
-    Use list(db_.Prepare("SELECT owner FROM xo_list WHERE member = ?1 AND owner_class = ?2 "
-                         "AND prop = ?3 ORDER BY rowid"));
+    Use list(
+        db_.Prepare("SELECT owner FROM xo_list WHERE member = ?1 AND owner_class = ?2 "
+                    "AND prop = ?3 ORDER BY rowid"));
     list->Bind(1, owner.GetOidString()).Bind(2, int64_t{def.listClass});
     list->Bind(3, int64_t{def.listProp});
     while (list->Step()) ids.emplace_back(list->Text(0));
@@ -329,8 +344,8 @@ void ObjectStore::WriteStoredList(const CXoObjId& owner, int32_t ownerClass, con
                                   const CXoObjIdArray& ids) {
   std::vector<std::pair<int64_t, std::string>> current;  // position, member
   {
-    Use list(db_.Prepare(
-        "SELECT pos, member FROM xo_list WHERE owner = ?1 AND prop = ?2 ORDER BY pos"));
+    Use list(
+        db_.Prepare("SELECT pos, member FROM xo_list WHERE owner = ?1 AND prop = ?2 ORDER BY pos"));
     list->Bind(1, owner.GetOidString()).Bind(2, int64_t{def.number});
     while (list->Step()) current.emplace_back(list->Int(0), list->Text(1));
   }
@@ -401,8 +416,8 @@ CXoObjIdArray ObjectStore::Search(const CXoObjBase& templ, std::vector<Filter> f
     }
     if (filters[i].second.size() > std::max<uint32_t>(def.maxLength, 64)) Fail(kTextTooLong);
     select += (i ? " AND " : " WHERE ");
-    select += (def.storage == XoPropStorage::Key ? std::string("oid") : ColumnName(def)) +
-              " = ?" + std::to_string(i + 1);
+    select += (def.storage == XoPropStorage::Key ? std::string("oid") : ColumnName(def)) + " = ?" +
+              std::to_string(i + 1);
   }
   Use search(db_.Prepare(select + " ORDER BY seq"));
   for (size_t i = 0; i < filters.size(); ++i) {
@@ -425,8 +440,7 @@ CXoObjIdArray ObjectStore::Search(const CXoObjBase& templ, std::vector<Filter> f
 XoPropValue ObjectStore::ReadProperty(const CXoObjBase& object, uint32_t prop) {
   const XoPropDef& def = Property(object.Dict(), prop);
   if (object.GetOid().GetOidClass() != object.GetClass()) {
-    Fail(IsWellFormed(object.GetOid()) && !object.GetOid().IsOidNull() ? kWrongClass
-                                                                       : kInvalidId);
+    Fail(IsWellFormed(object.GetOid()) && !object.GetOid().IsOidNull() ? kWrongClass : kInvalidId);
   }
   // A list of an object that is not stored (yet) is absent rather than an
   // error: callers about to create the object read it as empty.
@@ -479,8 +493,8 @@ void ObjectStore::WriteProperty(const CXoObjId& id, uint32_t prop, const XoPropV
 std::string ObjectStore::LabelOf(const CXoObjId& id) {
   const ClassSql& sql = Sql(id.GetOidClass());
   if (!sql.dict->LabelProp()) return std::string();
-  Use select(db_.Prepare("SELECT " + ColumnName(*sql.dict->Find(sql.dict->LabelProp())) +
-                         " FROM " + sql.dict->Table() + " WHERE oid = ?1"));
+  Use select(db_.Prepare("SELECT " + ColumnName(*sql.dict->Find(sql.dict->LabelProp())) + " FROM " +
+                         sql.dict->Table() + " WHERE oid = ?1"));
   select->Bind(1, id.GetOidString());
   return select->Step() ? select->Text(0) : std::string();
 }

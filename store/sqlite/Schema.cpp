@@ -11,9 +11,12 @@ namespace {
 std::string ColumnType(const XoPropDef& def) {
   switch (def.type) {
     case XoPropType::Int:
-    case XoPropType::Bool: return "INTEGER NOT NULL DEFAULT 0";
-    case XoPropType::Id: return "TEXT NOT NULL DEFAULT '00-'";
-    default: return "TEXT NOT NULL DEFAULT ''";
+    case XoPropType::Bool:
+      return "INTEGER NOT NULL DEFAULT 0";
+    case XoPropType::Id:
+      return "TEXT NOT NULL DEFAULT '00-'";
+    default:
+      return "TEXT NOT NULL DEFAULT ''";
   }
 }
 
@@ -45,7 +48,8 @@ std::unique_ptr<ClassSql> BuildClassSql(const CXoObjDictProp& dict) {
       select += (sql->columns.size() > 1 ? ", " : "") + column;
       insertColumns += ", " + column;
       insertValues += ", ?" + std::to_string(parameter);
-      assignments += (assignments.empty() ? "" : ", ") + column + " = ?" + std::to_string(parameter);
+      assignments +=
+          (assignments.empty() ? "" : ", ") + column + " = ?" + std::to_string(parameter);
       ++parameter;
     } else if (def.storage == XoPropStorage::Stored || def.storage == XoPropStorage::Inverse) {
       sql->lists.push_back(&def);
@@ -55,9 +59,8 @@ std::unique_ptr<ClassSql> BuildClassSql(const CXoObjDictProp& dict) {
   for (const XoPropDef* def : sql->lists) select += ", " + ListColumn(dict, *def);
   sql->selectByOid = select + " FROM " + table + " WHERE oid = ?1";
   sql->insert = "INSERT INTO " + table + " (" + insertColumns + ") VALUES (" + insertValues + ")";
-  sql->update = assignments.empty()
-                    ? "UPDATE " + table + " SET oid = oid WHERE oid = ?1"
-                    : "UPDATE " + table + " SET " + assignments + " WHERE oid = ?1";
+  sql->update = assignments.empty() ? "UPDATE " + table + " SET oid = oid WHERE oid = ?1"
+                                    : "UPDATE " + table + " SET " + assignments + " WHERE oid = ?1";
   sql->exists = "SELECT 1 FROM " + table + " WHERE oid = ?1";
   sql->deleteRow = "DELETE FROM " + table + " WHERE oid = ?1";
   return sql;
@@ -105,18 +108,18 @@ void CreateSchema(Connection& connection) {
       "CREATE INDEX xo_audit_oid ON xo_audit (oid);");
   for (const CXoObjDictProp* dict : CXoObjDictProp::All()) {
     std::string table = dict->Table();
-    std::string ddl = "CREATE TABLE " + table +
-                      " (seq INTEGER PRIMARY KEY, oid TEXT NOT NULL UNIQUE";
+    std::string ddl =
+        "CREATE TABLE " + table + " (seq INTEGER PRIMARY KEY, oid TEXT NOT NULL UNIQUE";
     for (const XoPropDef& def : dict->Props()) {
-      if (def.storage == XoPropStorage::Column) ddl += ", " + ColumnName(def) + " " + ColumnType(def);
+      if (def.storage == XoPropStorage::Column)
+        ddl += ", " + ColumnName(def) + " " + ColumnType(def);
     }
     connection.Exec((ddl + ")").c_str());
     for (const XoPropDef& def : dict->Props()) {
       if (def.storage != XoPropStorage::Column || !def.Is(XoProp_Searchable)) continue;
       std::string column = ColumnName(def);
-      connection.Exec(("CREATE INDEX " + table + "_" + column + " ON " + table + " (" + column +
-                       ")")
-                          .c_str());
+      connection.Exec(
+          ("CREATE INDEX " + table + "_" + column + " ON " + table + " (" + column + ")").c_str());
     }
     if (dict->NameProp() && !dict->NameScope().empty()) {
       std::string columns;

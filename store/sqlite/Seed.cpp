@@ -63,8 +63,8 @@ void SeedStore(ObjectStore& store, const NewStoreOptions& options,
   root.Set(CXoObjRoot::Name, std::string("Policy Store"));
   store.Save(root, false);
 
-  SeedAgentType(store, WellKnownObjectId16A, "HTTP Agent",
-                "web agents protecting HTTP resources", kHttpAttributes);
+  SeedAgentType(store, WellKnownObjectId16A, "HTTP Agent", "web agents protecting HTTP resources",
+                kHttpAttributes);
   SeedAgentType(store, WellKnownObjectId16B, "RADIUS Agent",
                 "network access servers speaking RADIUS", kRadiusAttributes);
 

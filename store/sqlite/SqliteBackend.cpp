@@ -62,8 +62,8 @@ int32_t CheckInitialised(Connection& connection, const std::string& path, std::s
     }
     return kOk;
   } catch (const StoreError& error) {
-    message = path + " is not an initialised policy store (" +
-              sqlite3_errmsg(connection.Db()) + ")";
+    message =
+        path + " is not an initialised policy store (" + sqlite3_errmsg(connection.Db()) + ")";
     return error.code == kInternal ? kNotInitialised : error.code;
   }
 }
@@ -75,8 +75,7 @@ SqliteBackend::SqliteBackend(std::string path, std::unique_ptr<Connection> contr
 
 SqliteBackend::~SqliteBackend() = default;
 
-std::unique_ptr<IStoreBackend> SqliteBackend::Open(const std::string& path,
-                                                   std::string& message) {
+std::unique_ptr<IStoreBackend> SqliteBackend::Open(const std::string& path, std::string& message) {
   if (!platform::FileExists(path)) {
     message = "no policy store at " + path + " (create one with 'xopolicy init')";
     return nullptr;
@@ -129,8 +128,7 @@ int32_t SqliteBackend::Create(const std::string& path, const NewStoreOptions& op
       return kExists;
     }
   } catch (const StoreError& error) {
-    message = "cannot create the policy store at " + path + ": " +
-              sqlite3_errmsg(connection->Db());
+    message = "cannot create the policy store at " + path + ": " + sqlite3_errmsg(connection->Db());
     return error.code;
   }
   try {
@@ -149,8 +147,8 @@ int32_t SqliteBackend::Create(const std::string& path, const NewStoreOptions& op
     }
     connection->Exec("COMMIT");
   } catch (const StoreError& error) {
-    message = "cannot initialise the policy store at " + path + ": " +
-              sqlite3_errmsg(connection->Db());
+    message =
+        "cannot initialise the policy store at " + path + ": " + sqlite3_errmsg(connection->Db());
     sqlite3_exec(connection->Db(), "ROLLBACK", nullptr, nullptr, nullptr);
     return error.code;
   }
@@ -168,8 +166,7 @@ int32_t SqliteBackend::LookupAdmin(const std::string& name, AdminCredentials& ou
   std::lock_guard<std::mutex> lock(mutex_);
   return Run(control_.get(), Mode::Read, [&](ObjectStore& store) {
     const CXoObjDictProp& dict = *CXoObjDictProp::ForClass(XoObjId_Admin);
-    CXoObjIdArray hits =
-        store.Search(CXoObjAdmin(), {{dict.Find(CXoObjAdmin::Name), name}});
+    CXoObjIdArray hits = store.Search(CXoObjAdmin(), {{dict.Find(CXoObjAdmin::Name), name}});
     if (hits.size() != 1) throw StoreError{kNotFound};
     CXoObjAdmin admin(hits.front());
     store.Load(admin);

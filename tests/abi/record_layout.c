@@ -1,11 +1,11 @@
 /* Compiled with -m32 -std=c11: every record must have the exact size and
  * next-pointer offset of the 32-bit binary interface. */
-#include "XoPolicyApi.h"
-
 #include <stddef.h>
 
-#define CHECK_RECORD(type, bytes, nextWord)                                  \
-  _Static_assert(sizeof(type) == (bytes), #type " size");                    \
+#include "XoPolicyApi.h"
+
+#define CHECK_RECORD(type, bytes, nextWord)               \
+  _Static_assert(sizeof(type) == (bytes), #type " size"); \
   _Static_assert(offsetof(type, next) == 4 * (nextWord), #type " next")
 
 #if defined(__i386__) || (defined(_WIN32) && !defined(_WIN64))

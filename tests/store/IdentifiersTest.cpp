@@ -14,9 +14,10 @@ TEST(ObjectIdTest, ClassComesFromThePrefixOfAWellFormedString) {
   EXPECT_TRUE(rule.IsOidValid());
   EXPECT_EQ(CXoObjId(std::string("1c-6f1c9a3e-5d2b-4c8e-9a71-2f0d4b8c1e77")).GetOidClass(),
             XoObjId_AuditTrail);
-  for (const char* bad : {"", "00-", "0b", "0b-", "0B-6f1c9a3e-5d2b-4c8e-9a71-2f0d4b8c1e77",
-                          "1d-6f1c9a3e-5d2b-4c8e-9a71-2f0d4b8c1e77", "0b-6f1c9a3e",
-                          "0b-6f1c9a3e-5d2b-4c8e-9a71-2f0d4b8c1e77x", "0b_6f1c9a3e-5d2b-4c8e-9a71"}) {
+  for (const char* bad :
+       {"", "00-", "0b", "0b-", "0B-6f1c9a3e-5d2b-4c8e-9a71-2f0d4b8c1e77",
+        "1d-6f1c9a3e-5d2b-4c8e-9a71-2f0d4b8c1e77", "0b-6f1c9a3e",
+        "0b-6f1c9a3e-5d2b-4c8e-9a71-2f0d4b8c1e77x", "0b_6f1c9a3e-5d2b-4c8e-9a71"}) {
     EXPECT_EQ(CXoObjId(std::string(bad)).GetOidClass(), XoObjId_None) << bad;
   }
 }
@@ -97,8 +98,7 @@ TEST(DictionaryTest, FixedPropertyNumbersAndNames) {
 }
 
 TEST(DictionaryTest, MakeObjectBuildsTheClassOfTheIdentifier) {
-  std::unique_ptr<CXoObjBase> rule(
-      CXoObjDictProp::MakeObject(CXoObjId::NewOid(XoObjId_Rule)));
+  std::unique_ptr<CXoObjBase> rule(CXoObjDictProp::MakeObject(CXoObjId::NewOid(XoObjId_Rule)));
   ASSERT_NE(rule, nullptr);
   EXPECT_EQ(rule->GetClass(), XoObjId_Rule);
   EXPECT_EQ(CXoObjDictProp::MakeObject(CXoObjId(std::string("garbage"))), nullptr);

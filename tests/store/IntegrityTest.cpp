@@ -32,8 +32,8 @@ TEST_F(IntegrityTest, ANewStoreHoldsItsSeededObjects) {
     EXPECT_TRUE(attribute.GetVendorOid().IsEqual(WellKnownObjectId16B));
     names.push_back(attribute.GetName());
   }
-  for (const char* expected : {"Session-Timeout", "Idle-Timeout", "Reply-Message", "Filter-Id",
-                               "Class"}) {
+  for (const char* expected :
+       {"Session-Timeout", "Idle-Timeout", "Reply-Message", "Filter-Id", "Class"}) {
     EXPECT_NE(std::find(names.begin(), names.end(), expected), names.end()) << expected;
   }
   EXPECT_FALSE(List(http, CXoObjVendor::Attributes).empty());
@@ -53,7 +53,10 @@ TEST_F(IntegrityTest, OpeningRefusesMissingAndUninitialisedFiles) {
   EXPECT_FALSE(CXoObjStore::Init(message, false, false, false, false, false, false, true));
   EXPECT_NE(message.find("no policy store"), std::string::npos) << message;
   std::string empty = directory_ + "/empty.db";
-  { FILE* f = fopen(empty.c_str(), "w"); fclose(f); }
+  {
+    FILE* f = fopen(empty.c_str(), "w");
+    fclose(f);
+  }
   SetEnvironment("XO_POLICY_STORE", "sqlite:" + empty);
   EXPECT_FALSE(CXoObjStore::Init(message, false, false, false, false, false, false, true));
   EXPECT_NE(message.find("not an initialised"), std::string::npos) << message;
@@ -230,8 +233,8 @@ TEST_F(IntegrityTest, DeletedResponsesAndQuerySchemesLeaveNullReferences) {
   EXPECT_TRUE(back.GetRuleOid().IsEqual(rule));
 
   CXoObjId query = S().OdbcQuery("q");
-  CXoObjUserDirectory dir("dir", "", "ODBC:", "", "", "", "", "", "", 0, 0, 0, false, false, "",
-                          "", query, "", "", "", "", "");
+  CXoObjUserDirectory dir("dir", "", "ODBC:", "", "", "", "", "", "", 0, 0, 0, false, false, "", "",
+                          query, "", "", "", "", "");
   ASSERT_GE(Save(dir), 0);
   ASSERT_GE(CXoObjStore::Delete(query, Sid()), 0);
   CXoObjUserDirectory dirBack(dir.GetOid());
@@ -274,9 +277,9 @@ TEST_F(IntegrityTest, StoredListsKeepTheirOrderAndDuplicates) {
   ASSERT_GE(CXoObjStore::Delete(a, Sid()), 0);
   EXPECT_EQ(Texts(List(owner, CXoObjDomain::UserDirectories)),
             std::vector<std::string>{c.GetOidString()});
-  ASSERT_GE(CXoObjStore::SaveProperty(domain, CXoObjDomain::UserDirectories,
-                                      CXoObjIdArray{c, b}, Sid()),
-            0);
+  ASSERT_GE(
+      CXoObjStore::SaveProperty(domain, CXoObjDomain::UserDirectories, CXoObjIdArray{c, b}, Sid()),
+      0);
   EXPECT_EQ(Texts(List(owner, CXoObjDomain::UserDirectories)),
             (std::vector<std::string>{c.GetOidString(), b.GetOidString()}));
 }
@@ -295,7 +298,8 @@ TEST_F(IntegrityTest, DomainAdministratorsAndAdministratorDomainsAreOneRelation)
   aliceBack.SetDomains({d2});
   ASSERT_GE(Save(aliceBack, true), 0);
   CXoObjDomain d1Back(d1), d2Back(d2);
-  EXPECT_EQ(Texts(List(d1Back, CXoObjDomain::Admins)), std::vector<std::string>{bob.GetOidString()});
+  EXPECT_EQ(Texts(List(d1Back, CXoObjDomain::Admins)),
+            std::vector<std::string>{bob.GetOidString()});
   EXPECT_EQ(Texts(List(d2Back, CXoObjDomain::Admins)),
             std::vector<std::string>{alice.GetOidString()});
   ASSERT_GE(CXoObjStore::Delete(bob, Sid()), 0);

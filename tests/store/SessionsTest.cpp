@@ -53,8 +53,7 @@ TEST_F(SessionsTest, PasswordsAreKeptOnlyAsArgon2idHashes) {
   CXoAdmSession session("alice", "pa55", "", "", "", true);
   std::string message;
   EXPECT_EQ(session.Login(message, false), 0) << message;
-  ASSERT_GE(CXoObjStore::SaveProperty(admin, CXoObjAdmin::AdminText, std::string("n3w"), Sid()),
-            0);
+  ASSERT_GE(CXoObjStore::SaveProperty(admin, CXoObjAdmin::AdminText, std::string("n3w"), Sid()), 0);
   CXoAdmSession old("alice", "pa55", "", "", "", true);
   EXPECT_EQ(old.Login(message, false), kAuthFailed);
   CXoAdmSession renewed("alice", "n3w", "", "", "", true);
@@ -90,10 +89,10 @@ TEST_F(SessionsTest, RightsFollowTheFlagsAndTheDomainListsAtEveryCall) {
   // Taken away, the right is gone at the next call.
   ASSERT_GE(CXoObjStore::SaveProperty(d1, CXoObjDomain::Admins, CXoObjIdArray{}, Sid()), 0);
   EXPECT_FALSE(dom.GetAdminUser().IsAllowed(XO_RIGHT_MANAGE, 0, d1));
-  ASSERT_GE(CXoObjStore::Delete(CXoObjId(QueryStoreFile(
-                                    path_, "SELECT oid FROM admin WHERE name = 'ops'")[0]),
-                                Sid()),
-            0);
+  ASSERT_GE(
+      CXoObjStore::Delete(
+          CXoObjId(QueryStoreFile(path_, "SELECT oid FROM admin WHERE name = 'ops'")[0]), Sid()),
+      0);
   EXPECT_FALSE(ops.GetAdminUser().IsAllowed(XO_RIGHT_COMMAND, 8, RootObjectId));
 }
 

@@ -14,7 +14,7 @@
 #include "frame/Names.h"
 #include "frame/Properties.h"
 #include "frame/Resolve.h"
-#include "frame/ResultCodes.h"
+#include "frame/Saving.h"
 
 using namespace xo::frame;
 
@@ -46,16 +46,8 @@ int32_t ResolveBinding(const CXoAdmSession& s, const AdminRecord& record,
 // domains it manages. Its domain list is read even when the name did not
 // resolve; a list the store reports absent is empty.
 int32_t TakeOverStoredAdmin(const Call& call, CXoObjAdmin& admin) {
-  CXoObjId stored;
-  if (ResolveAdmin(call.Session(), admin.GetName(), stored) == XO_OK) admin.SetOid(stored);
-  CXoObjIdArray domains;
-  if (int32_t rc =
-          FetchIdList(call.Sid(), admin, CXoObjAdmin::Domains, domains, AbsentList::IsEmpty);
-      rc != XO_OK) {
-    return rc;
-  }
-  admin.SetDomains(domains);
-  return XO_OK;
+  AdoptStoredOid(call.Session(), ResolveAdmin, admin);
+  return KeepStoredIdList(call.Sid(), admin, CXoObjAdmin::Domains);
 }
 
 bool IsEmptyId(const CXoObjId& id) { return id.GetOidString() == NullObjectId.GetOidString(); }
@@ -85,8 +77,7 @@ int32_t FillRecord(const CXoAdmSession& s, AdminRecord& record, const CXoObjAdmi
 XO_API Xo_PolicyApi_AddAdmin(PolicyApiSession* handle, AdminRecord* admin, uint8_t update) {
   return Guarded([&]() -> int32_t {
     Call call;
-    if (int32_t rc = call.Open(handle, {admin}); rc != XO_OK) return rc;
-    if (int32_t rc = call.AllowSystem(); rc != XO_OK) return rc;
+    if (int32_t rc = call.OpenSystem(handle, {admin}); rc != XO_OK) return rc;
     DirectoryBinding binding;
     if (int32_t rc = ResolveBinding(call.Session(), *admin, binding); rc != XO_OK) return rc;
 
@@ -96,10 +87,7 @@ XO_API Xo_PolicyApi_AddAdmin(PolicyApiSession* handle, AdminRecord* admin, uint8
     if (update != 0) {
       if (int32_t rc = TakeOverStoredAdmin(call, object); rc != XO_OK) return rc;
     }
-    const int32_t saved = CXoObjStore::Save(object, update != 0, call.Sid());
-    if (StoreFailed(saved)) return MapStoreResult(saved);
-    CopyToField(admin->objectId, object.GetOid().GetOidString());
-    return XO_OK;
+    return SaveObject(call.Sid(), object, update != 0, &admin->objectId);
   });
 }
 
@@ -114,15 +102,9 @@ XO_API Xo_PolicyApi_DeleteAdmin(PolicyApiSession* handle, const char* adminName)
 XO_API Xo_PolicyApi_GetAdmin(PolicyApiSession* handle, const char* adminName, AdminRecord** list) {
   return Guarded([&]() -> int32_t {
     Call call;
-    if (int32_t rc = call.Open(handle, {list}); rc != XO_OK) return rc;
-    if (int32_t rc = call.AllowSystem(); rc != XO_OK) return rc;
-
-    CXoObjIdArray hits;
-    const int32_t found =
-        CXoObjStore::Search(CXoObjAdmin(), hits, CXoObjAdmin::Name, ArgText(adminName), call.Sid());
-    if (StoreFailed(found)) return MapStoreResult(found);
-    return FetchedRecords<CXoObjAdmin>(
-        call.Sid(), hits,
+    if (int32_t rc = call.OpenSystem(handle, {list}); rc != XO_OK) return rc;
+    return RecordsByName(
+        call.Sid(), CXoObjAdmin(), ArgText(adminName),
         [&](AdminRecord& record, const CXoObjAdmin& object) {
           return FillRecord(call.Session(), record, object);
         },
@@ -133,15 +115,15 @@ XO_API Xo_PolicyApi_GetAdmin(PolicyApiSession* handle, const char* adminName, Ad
 XO_API Xo_PolicyApi_AddAdminToDomain(PolicyApiSession* handle, const char* adminName,
                                      const char* domainName) {
   return Guarded([&] {
-    return AddDomainMember(handle, ArgText(adminName), ArgText(domainName), ResolveAdmin,
-                           CXoObjDomain::Admins);
+    return ChangeDomainMember(handle, ArgText(adminName), ArgText(domainName), ResolveAdmin,
+                              CXoObjDomain::Admins, MemberChange::Add);
   });
 }
 
 XO_API Xo_PolicyApi_RemoveAdminFromDomain(PolicyApiSession* handle, const char* adminName,
                                           const char* domainName) {
   return Guarded([&] {
-    return RemoveDomainMember(handle, ArgText(adminName), ArgText(domainName), ResolveAdmin,
-                              CXoObjDomain::Admins);
+    return ChangeDomainMember(handle, ArgText(adminName), ArgText(domainName), ResolveAdmin,
+                              CXoObjDomain::Admins, MemberChange::Remove);
   });
 }

@@ -10,15 +10,14 @@
 #include "frame/Guard.h"
 #include "frame/Names.h"
 #include "frame/Resolve.h"
-#include "frame/ResultCodes.h"
+#include "frame/Saving.h"
 
 using namespace xo::frame;
 
 XO_API Xo_PolicyApi_AddAgent(PolicyApiSession* handle, AgentRecord* agent, uint8_t update) {
   return Guarded([&]() -> int32_t {
     Call call;
-    if (int32_t rc = call.Open(handle, {agent}); rc != XO_OK) return rc;
-    if (int32_t rc = call.AllowSystem(); rc != XO_OK) return rc;
+    if (int32_t rc = call.OpenSystem(handle, {agent}); rc != XO_OK) return rc;
     CXoObjId agentType;
     if (int32_t rc = ResolveAgentType(call.Session(), FieldText(agent->agentTypeName), agentType);
         rc != XO_OK) {
@@ -28,15 +27,8 @@ XO_API Xo_PolicyApi_AddAgent(PolicyApiSession* handle, AgentRecord* agent, uint8
     CXoObjDevice object(FieldText(agent->name), FieldText(agent->description),
                         FieldText(agent->agentString1), FieldText(agent->agentString2), agentType,
                         agent->agentInt);
-    if (update != 0) {
-      // A name no single agent has makes a new agent.
-      CXoObjId stored;
-      if (ResolveAgent(call.Session(), object.GetName(), stored) == XO_OK) object.SetOid(stored);
-    }
-    const int32_t saved = CXoObjStore::Save(object, update != 0, call.Sid());
-    if (StoreFailed(saved)) return MapStoreResult(saved);
-    CopyToField(agent->objectId, object.GetOid().GetOidString());
-    return XO_OK;
+    if (update != 0) AdoptStoredOid(call.Session(), ResolveAgent, object);
+    return SaveObject(call.Sid(), object, update != 0, &agent->objectId);
   });
 }
 
@@ -51,15 +43,9 @@ XO_API Xo_PolicyApi_DeleteAgent(PolicyApiSession* handle, const char* agentName)
 XO_API Xo_PolicyApi_GetAgent(PolicyApiSession* handle, const char* agentName, AgentRecord** list) {
   return Guarded([&]() -> int32_t {
     Call call;
-    if (int32_t rc = call.Open(handle, {list}); rc != XO_OK) return rc;
-    if (int32_t rc = call.AllowSystem(); rc != XO_OK) return rc;
-
-    CXoObjIdArray hits;
-    const int32_t found = CXoObjStore::Search(CXoObjDevice(), hits, CXoObjDevice::Name,
-                                              ArgText(agentName), call.Sid());
-    if (StoreFailed(found)) return MapStoreResult(found);
-    return FetchedRecords<CXoObjDevice>(
-        call.Sid(), hits,
+    if (int32_t rc = call.OpenSystem(handle, {list}); rc != XO_OK) return rc;
+    return RecordsByName(
+        call.Sid(), CXoObjDevice(), ArgText(agentName),
         [&](AgentRecord& record, const CXoObjDevice& object) {
           CopyToField(record.objectId, object.GetOid().GetOidString());
           CopyToField(record.name, object.GetName());

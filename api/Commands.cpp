@@ -10,6 +10,7 @@
 #include "frame/Guard.h"
 #include "frame/ResultCodes.h"
 #include "frame/Rights.h"
+#include "frame/Saving.h"
 
 using namespace xo::frame;
 
@@ -63,7 +64,6 @@ XO_API Xo_PolicyApi_ManagementCommand(PolicyApiSession* handle, ManagementComman
     if (int32_t rc = CheckCommandRight(call.Session(), value); rc != XO_OK) return rc;
 
     CXoObjServerCommand serverCommand(NowSeconds(), value, argument);
-    const int32_t saved = CXoObjStore::Save(serverCommand, false, call.Sid());
-    return StoreFailed(saved) ? MapStoreResult(saved) : XO_OK;
+    return SaveObject(call.Sid(), serverCommand, false);
   });
 }

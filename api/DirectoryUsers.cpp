@@ -15,6 +15,7 @@
 #include "frame/Records.h"
 #include "frame/Resolve.h"
 #include "frame/ResultCodes.h"
+#include "frame/Saving.h"
 
 using namespace xo::frame;
 
@@ -49,8 +50,7 @@ XO_API Xo_PolicyApi_GetDirectoryContents(PolicyApiSession* handle, const char* u
                                          UserEntryRecord** list) {
   return Guarded([&]() -> int32_t {
     Call call;
-    if (int32_t rc = call.Open(handle, {list}); rc != XO_OK) return rc;
-    if (int32_t rc = call.AllowSystem(); rc != XO_OK) return rc;
+    if (int32_t rc = call.OpenSystem(handle, {list}); rc != XO_OK) return rc;
     CXoObjId directoryId;
     if (int32_t rc = ResolveUserDirectory(call.Session(), ArgText(userDirName), directoryId);
         rc != XO_OK) {
@@ -133,7 +133,6 @@ XO_API Xo_PolicyApi_FlushUser(PolicyApiSession* handle, const char* userDirName,
     // The user need not exist: the servers forget whatever they hold for it.
     CXoObjServerCommand command(NowSeconds(), kFlushCommand, kFlushUserSubcommand,
                                 directory.GetOidString() + "/" + ArgText(user));
-    const int32_t saved = CXoObjStore::Save(command, false, call.Sid());
-    return StoreFailed(saved) ? MapStoreResult(saved) : XO_OK;
+    return SaveObject(call.Sid(), command, false);
   });
 }

@@ -5,13 +5,13 @@
 #include "XoPolicyApi.h"
 #include "frame/Call.h"
 #include "frame/DeleteByName.h"
+#include "frame/FetchedRecords.h"
 #include "frame/Fields.h"
 #include "frame/Guard.h"
 #include "frame/Listing.h"
 #include "frame/Properties.h"
-#include "frame/Records.h"
 #include "frame/Resolve.h"
-#include "frame/ResultCodes.h"
+#include "frame/Saving.h"
 
 using namespace xo::frame;
 
@@ -22,27 +22,19 @@ namespace {
 // does not resolve leaves the object new; its lists then read as absent,
 // which counts as empty.
 int32_t TakeOverStoredDomain(const Call& call, CXoObjDomain& domain) {
-  CXoObjId stored;
-  if (ResolveDomain(call.Session(), domain.GetName(), stored) == XO_OK) domain.SetOid(stored);
-  CXoObjIdArray ids;
-  if (int32_t rc =
-          FetchIdList(call.Sid(), domain, CXoObjDomain::UserDirectories, ids, AbsentList::IsEmpty);
+  AdoptStoredOid(call.Session(), ResolveDomain, domain);
+  if (int32_t rc = KeepStoredIdList(call.Sid(), domain, CXoObjDomain::UserDirectories);
       rc != XO_OK) {
     return rc;
   }
-  domain.SetUserDirectories(ids);
-  if (int32_t rc = FetchIdList(call.Sid(), domain, CXoObjDomain::Admins, ids, AbsentList::IsEmpty);
-      rc != XO_OK) {
-    return rc;
-  }
-  domain.SetAdmins(ids);
-  return XO_OK;
+  return KeepStoredIdList(call.Sid(), domain, CXoObjDomain::Admins);
 }
 
-void FillRecord(DomainRecord& record, const CXoObjDomain& domain) {
+int32_t FillRecord(DomainRecord& record, const CXoObjDomain& domain) {
   CopyToField(record.objectId, domain.GetOid().GetOidString());
   CopyToField(record.name, domain.GetName());
   CopyToField(record.description, domain.GetDescription());
+  return XO_OK;
 }
 
 struct DomainListing {
@@ -79,17 +71,13 @@ const DomainListing* FindListing(uint32_t kind) {
 XO_API Xo_PolicyApi_AddDomain(PolicyApiSession* handle, DomainRecord* domain, uint8_t update) {
   return Guarded([&]() -> int32_t {
     Call call;
-    if (int32_t rc = call.Open(handle, {domain}); rc != XO_OK) return rc;
-    if (int32_t rc = call.AllowSystem(); rc != XO_OK) return rc;
+    if (int32_t rc = call.OpenSystem(handle, {domain}); rc != XO_OK) return rc;
 
     CXoObjDomain object(FieldText(domain->name), FieldText(domain->description), {}, {});
     if (update != 0) {
       if (int32_t rc = TakeOverStoredDomain(call, object); rc != XO_OK) return rc;
     }
-    const int32_t saved = CXoObjStore::Save(object, update != 0, call.Sid());
-    if (StoreFailed(saved)) return MapStoreResult(saved);
-    CopyToField(domain->objectId, object.GetOid().GetOidString());
-    return XO_OK;
+    return SaveObject(call.Sid(), object, update != 0, &domain->objectId);
   });
 }
 
@@ -107,24 +95,8 @@ XO_API Xo_PolicyApi_GetDomain(PolicyApiSession* handle, const char* domainName,
                               DomainRecord** list) {
   return Guarded([&]() -> int32_t {
     Call call;
-    if (int32_t rc = call.Open(handle, {list}); rc != XO_OK) return rc;
-    if (int32_t rc = call.AllowSystem(); rc != XO_OK) return rc;
-
-    CXoObjIdArray hits;
-    const int32_t found = CXoObjStore::Search(CXoObjDomain(), hits, CXoObjDomain::Name,
-                                              ArgText(domainName), call.Sid());
-    if (StoreFailed(found)) return MapStoreResult(found);
-    RecordList<DomainRecord> records;
-    for (const CXoObjId& hit : hits) {
-      CXoObjDomain object(hit);
-      const int32_t fetched = CXoObjStore::Fetch(object, 0, nullptr, call.Sid());
-      if (StoreFailed(fetched)) return MapStoreResult(fetched);
-      DomainRecord* record = records.Append();
-      if (record == nullptr) return XO_ERR_GENERAL;
-      FillRecord(*record, object);
-    }
-    records.HandOver(list);
-    return XO_OK;
+    if (int32_t rc = call.OpenSystem(handle, {list}); rc != XO_OK) return rc;
+    return RecordsByName(call.Sid(), CXoObjDomain(), ArgText(domainName), FillRecord, list);
   });
 }
 
@@ -132,8 +104,7 @@ XO_API Xo_PolicyApi_GetDomainObjectNames(PolicyApiSession* handle, const char* d
                                          uint32_t objectKind, char*** names) {
   return Guarded([&]() -> int32_t {
     Call call;
-    if (int32_t rc = call.Open(handle, {names}); rc != XO_OK) return rc;
-    if (int32_t rc = call.AllowDomain(ArgText(domainName)); rc != XO_OK) return rc;
+    if (int32_t rc = call.OpenDomain(handle, {names}, ArgText(domainName)); rc != XO_OK) return rc;
     if (objectKind == 0) return XO_ERR_GENERAL;
     const DomainListing* listing = FindListing(objectKind);
     if (listing == nullptr) return XO_ERR_BAD_OBJECT_KIND;

@@ -38,8 +38,7 @@ XO_API Xo_PolicyApi_GetGlobalObjectNames(PolicyApiSession* handle, uint32_t obje
                                          char*** names) {
   return Guarded([&]() -> int32_t {
     Call call;
-    if (int32_t rc = call.Open(handle, {names}); rc != XO_OK) return rc;
-    if (int32_t rc = call.AllowSystem(); rc != XO_OK) return rc;
+    if (int32_t rc = call.OpenSystem(handle, {names}); rc != XO_OK) return rc;
     *names = nullptr;
     if (objectKind == 0) return XO_ERR_GENERAL;
     const GlobalListing* listing = FindListing(objectKind);

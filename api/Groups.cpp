@@ -18,6 +18,7 @@
 #include "frame/Resolve.h"
 #include "frame/ResultCodes.h"
 #include "frame/Rights.h"
+#include "frame/Saving.h"
 #include "frame/StringArrays.h"
 
 using namespace xo::frame;
@@ -185,14 +186,7 @@ int32_t KeepStoredMembers(const GroupCall& call, CXoObjBase& group) {
   CXoObjId stored;
   if (call.ResolveGroup(group.GetName(), stored) != XO_OK) return XO_OK;
   group.SetOid(stored);
-  CXoObjIdArray members;
-  if (int32_t rc =
-          FetchIdList(call.Sid(), group, call.Kind().membersProp, members, AbsentList::IsEmpty);
-      rc != XO_OK) {
-    return rc;
-  }
-  group.Set(call.Kind().membersProp, members);
-  return XO_OK;
+  return KeepStoredIdList(call.Sid(), group, call.Kind().membersProp);
 }
 
 // An edit of a group's member list: 0, or the code that refuses it.
@@ -254,8 +248,7 @@ XO_API Xo_PolicyApi_AddGroup(PolicyApiSession* handle, int32_t groupType, const 
     if (update != 0) {
       if (int32_t rc = KeepStoredMembers(call, *object); rc != XO_OK) return rc;
     }
-    const int32_t saved = CXoObjStore::Save(*object, update != 0, call.Sid());
-    return StoreFailed(saved) ? MapStoreResult(saved) : XO_OK;
+    return SaveObject(call.Sid(), *object, update != 0);
   });
 }
 

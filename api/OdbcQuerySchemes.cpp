@@ -10,7 +10,7 @@
 #include "frame/Fields.h"
 #include "frame/Guard.h"
 #include "frame/Resolve.h"
-#include "frame/ResultCodes.h"
+#include "frame/Saving.h"
 
 using namespace xo::frame;
 
@@ -41,18 +41,11 @@ XO_API Xo_PolicyApi_CreateODBCQueryScheme(PolicyApiSession* handle, OdbcQuerySch
                                           uint8_t update) {
   return Guarded([&]() -> int32_t {
     Call call;
-    if (int32_t rc = call.Open(handle, {scheme}); rc != XO_OK) return rc;
-    if (int32_t rc = call.AllowSystem(); rc != XO_OK) return rc;
+    if (int32_t rc = call.OpenSystem(handle, {scheme}); rc != XO_OK) return rc;
 
     CXoObjODBCQuery object = FromRecord(*scheme);
-    if (update != 0) {
-      // A name no single scheme has makes a new scheme.
-      CXoObjId stored;
-      if (ResolveOdbcQuery(call.Session(), object.GetName(), stored) == XO_OK)
-        object.SetOid(stored);
-    }
-    const int32_t saved = CXoObjStore::Save(object, update != 0, call.Sid());
-    return StoreFailed(saved) ? MapStoreResult(saved) : XO_OK;
+    if (update != 0) AdoptStoredOid(call.Session(), ResolveOdbcQuery, object);
+    return SaveObject(call.Sid(), object, update != 0);
   });
 }
 
@@ -69,13 +62,7 @@ XO_API Xo_PolicyApi_GetODBCQueryScheme(PolicyApiSession* handle, const char* sch
                                        OdbcQuerySchemeRecord** list) {
   return Guarded([&]() -> int32_t {
     Call call;
-    if (int32_t rc = call.Open(handle, {list}); rc != XO_OK) return rc;
-    if (int32_t rc = call.AllowSystem(); rc != XO_OK) return rc;
-
-    CXoObjIdArray hits;
-    const int32_t found = CXoObjStore::Search(CXoObjODBCQuery(), hits, CXoObjODBCQuery::Name,
-                                              ArgText(schemeName), call.Sid());
-    if (StoreFailed(found)) return MapStoreResult(found);
-    return FetchedRecords<CXoObjODBCQuery>(call.Sid(), hits, FillRecord, list);
+    if (int32_t rc = call.OpenSystem(handle, {list}); rc != XO_OK) return rc;
+    return RecordsByName(call.Sid(), CXoObjODBCQuery(), ArgText(schemeName), FillRecord, list);
   });
 }

@@ -11,6 +11,7 @@
 #include "frame/Guard.h"
 #include "frame/Resolve.h"
 #include "frame/ResultCodes.h"
+#include "frame/Saving.h"
 
 using namespace xo::frame;
 
@@ -42,21 +43,11 @@ XO_API Xo_PolicyApi_AddPolicy(PolicyApiSession* handle, const char* domainName,
                               PolicyRecord* policy, uint8_t update) {
   return Guarded([&]() -> int32_t {
     Call call;
-    if (int32_t rc = call.Open(handle, {policy}); rc != XO_OK) return rc;
-    if (int32_t rc = call.AllowDomain(ArgText(domainName)); rc != XO_OK) return rc;
+    if (int32_t rc = call.OpenDomain(handle, {policy}, ArgText(domainName)); rc != XO_OK) return rc;
 
     CXoObjPolicy object = PolicyFromRecord(*policy, call.Domain());
-    if (update != 0) {
-      // A name that no single policy holds leaves the object new.
-      CXoObjId stored;
-      if (ResolvePolicy(call.Session(), object.GetName(), call.Domain(), stored) == XO_OK) {
-        object.SetOid(stored);
-      }
-    }
-    const int32_t saved = CXoObjStore::Save(object, update != 0, call.Sid());
-    if (StoreFailed(saved)) return MapStoreResult(saved);
-    CopyToField(policy->objectId, object.GetOid().GetOidString());
-    return XO_OK;
+    if (update != 0) AdoptStoredOid(call.Session(), ResolvePolicy, call.Domain(), object);
+    return SaveObject(call.Sid(), object, update != 0, &policy->objectId);
   });
 }
 
@@ -73,16 +64,9 @@ XO_API Xo_PolicyApi_GetPolicy(PolicyApiSession* handle, const char* policyName,
                               const char* domainName, PolicyRecord** list) {
   return Guarded([&]() -> int32_t {
     Call call;
-    if (int32_t rc = call.Open(handle, {list}); rc != XO_OK) return rc;
-    if (int32_t rc = call.AllowDomain(ArgText(domainName)); rc != XO_OK) return rc;
-
+    if (int32_t rc = call.OpenDomain(handle, {list}, ArgText(domainName)); rc != XO_OK) return rc;
     CXoObjPolicy templ;
     templ.SetDomainOid(call.Domain());
-    CXoObjIdArray hits;
-    if (int32_t rc = SearchIds(call.Sid(), templ, CXoObjPolicy::Name, ArgText(policyName), hits);
-        rc != XO_OK) {
-      return rc;
-    }
-    return FetchedRecords<CXoObjPolicy>(call.Sid(), hits, FillRecord, list);
+    return RecordsByName(call.Sid(), templ, ArgText(policyName), FillRecord, list);
   });
 }

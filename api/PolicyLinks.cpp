@@ -14,6 +14,7 @@
 #include "frame/Names.h"
 #include "frame/Resolve.h"
 #include "frame/ResultCodes.h"
+#include "frame/Saving.h"
 
 using namespace xo::frame;
 
@@ -24,8 +25,7 @@ namespace {
 int32_t OpenPolicy(Call& call, const PolicyApiSession* handle,
                    std::initializer_list<const void*> required, const char* domainName,
                    const char* policyName, CXoObjId& policy) {
-  if (int32_t rc = call.Open(handle, required); rc != XO_OK) return rc;
-  if (int32_t rc = call.AllowDomain(ArgText(domainName)); rc != XO_OK) return rc;
+  if (int32_t rc = call.OpenDomain(handle, required, ArgText(domainName)); rc != XO_OK) return rc;
   return ResolvePolicy(call.Session(), ArgText(policyName), call.Domain(), policy);
 }
 
@@ -40,6 +40,22 @@ int32_t ResolveRuleOrGroup(const Call& call, const std::string& realmName,
   if (ResolveRule(call.Session(), ruleName, call.Domain(), realm, bound) == XO_OK) return XO_OK;
   return ResolveRuleGroup(call.Session(), ruleName, call.Domain(), bound);
 }
+
+// The opening of the calls that take a link record: the policy, then the
+// rule or rule group the record names.
+struct LinkRecordCall : Call {
+  CXoObjId policy;
+  CXoObjId rule;
+
+  int32_t OpenRecord(const PolicyApiSession* handle, const char* domainName, const char* policyName,
+                     const PolicyLinkRecord* link) {
+    if (int32_t rc = OpenPolicy(*this, handle, {link}, domainName, policyName, policy);
+        rc != XO_OK) {
+      return rc;
+    }
+    return ResolveRuleOrGroup(*this, FieldText(link->realmName), FieldText(link->ruleName), rule);
+  }
+};
 
 // A response, else a response group; no name binds no response.
 int32_t ResolveResponseOrGroup(const Call& call, const std::string& name, CXoObjId& bound) {
@@ -62,17 +78,25 @@ bool InDomain(const CXoObjPolicyLink& link, const CXoObjId& domain) {
   return link.GetDomainOid().IsEqual(domain);
 }
 
-// Applies `change` to each link among `ids` that lies in the call's domain
-// and binds `bound`, stopping at the first failure; `matched` tells whether
-// any link did.
+// Applies `change` to each link of the policy (those the template finds)
+// that lies in the call's domain and binds `bound`, stopping at the first
+// failure. A policy without links is -3; with links but none that match,
+// `unmatched`.
 template <class Change>
-int32_t ChangeMatchingLinks(const Call& call, const CXoObjIdArray& ids, const CXoObjId& bound,
-                            bool& matched, Change&& change) {
-  return FetchEach<CXoObjPolicyLink>(call.Sid(), ids, [&](CXoObjPolicyLink& link) -> int32_t {
-    if (!InDomain(link, call.Domain()) || !link.GetRuleOid().IsEqual(bound)) return XO_OK;
-    matched = true;
-    return change(link);
-  });
+int32_t ChangeMatchingLinks(const Call& call, const CXoObjPolicyLink& templ, const CXoObjId& policy,
+                            const CXoObjId& bound, int32_t unmatched, Change&& change) {
+  CXoObjIdArray ids;
+  if (int32_t rc = LinksOfPolicy(call, templ, policy, ids); rc != XO_OK) return rc;
+  if (ids.empty()) return XO_ERR_LINK_NOT_FOUND;
+  bool matched = false;
+  const int32_t rc =
+      FetchEach<CXoObjPolicyLink>(call.Sid(), ids, [&](CXoObjPolicyLink& link) -> int32_t {
+        if (!InDomain(link, call.Domain()) || !link.GetRuleOid().IsEqual(bound)) return XO_OK;
+        matched = true;
+        return change(link);
+      });
+  if (rc != XO_OK) return rc;
+  return matched ? XO_OK : unmatched;
 }
 
 // A rule with its realm, or a rule group, which has no realm.
@@ -107,18 +131,8 @@ int32_t ReadBoundResponse(const CXoAdmSession& s, const CXoObjId& id, PolicyLink
 XO_API Xo_PolicyApi_AddPolicyLink(PolicyApiSession* handle, const char* domainName,
                                   const char* policyName, PolicyLinkRecord* link) {
   return Guarded([&]() -> int32_t {
-    Call call;
-    CXoObjId policy;
-    if (int32_t rc = OpenPolicy(call, handle, {link}, domainName, policyName, policy);
-        rc != XO_OK) {
-      return rc;
-    }
-    CXoObjId rule;
-    if (int32_t rc =
-            ResolveRuleOrGroup(call, FieldText(link->realmName), FieldText(link->ruleName), rule);
-        rc != XO_OK) {
-      return rc;
-    }
+    LinkRecordCall call;
+    if (int32_t rc = call.OpenRecord(handle, domainName, policyName, link); rc != XO_OK) return rc;
     CXoObjId response;
     if (int32_t rc = ResolveResponseOrGroup(call, FieldText(link->responseName), response);
         rc != XO_OK) {
@@ -126,11 +140,8 @@ XO_API Xo_PolicyApi_AddPolicyLink(PolicyApiSession* handle, const char* domainNa
     }
 
     // Every call adds a link, even one that binds what a stored link binds.
-    CXoObjPolicyLink object(rule, response, policy, call.Domain());
-    const int32_t saved = CXoObjStore::Save(object, false, call.Sid());
-    if (StoreFailed(saved)) return MapStoreResult(saved);
-    CopyToField(link->objectId, object.GetOid().GetOidString());
-    return XO_OK;
+    CXoObjPolicyLink object(call.rule, response, call.policy, call.Domain());
+    return SaveObject(call.Sid(), object, false, &link->objectId);
   });
 }
 
@@ -153,17 +164,11 @@ XO_API Xo_PolicyApi_RemoveRuleFromPolicy(PolicyApiSession* handle, const char* d
     // other domains has none to remove here.
     CXoObjPolicyLink templ;
     templ.SetDomainOid(call.Domain());
-    CXoObjIdArray ids;
-    if (int32_t rc = LinksOfPolicy(call, templ, policy, ids); rc != XO_OK) return rc;
-    if (ids.empty()) return XO_ERR_LINK_NOT_FOUND;
-    bool matched = false;
-    const int32_t rc =
-        ChangeMatchingLinks(call, ids, rule, matched, [&](const CXoObjPolicyLink& link) {
+    return ChangeMatchingLinks(
+        call, templ, policy, rule, XO_ERR_LINK_NOT_FOUND, [&](const CXoObjPolicyLink& link) {
           const int32_t deleted = CXoObjStore::Delete(link.GetOid(), call.Sid());
           return StoreFailed(deleted) ? MapStoreResult(deleted) : XO_OK;
         });
-    if (rc != XO_OK) return rc;
-    return matched ? XO_OK : XO_ERR_LINK_NOT_FOUND;
   });
 }
 
@@ -200,18 +205,8 @@ XO_API Xo_PolicyApi_GetPolicyLinks(PolicyApiSession* handle, const char* domainN
 XO_API Xo_PolicyApi_SetResponseInPolicyLink(PolicyApiSession* handle, const char* domainName,
                                             const char* policyName, PolicyLinkRecord* link) {
   return Guarded([&]() -> int32_t {
-    Call call;
-    CXoObjId policy;
-    if (int32_t rc = OpenPolicy(call, handle, {link}, domainName, policyName, policy);
-        rc != XO_OK) {
-      return rc;
-    }
-    CXoObjId rule;
-    if (int32_t rc =
-            ResolveRuleOrGroup(call, FieldText(link->realmName), FieldText(link->ruleName), rule);
-        rc != XO_OK) {
-      return rc;
-    }
+    LinkRecordCall call;
+    if (int32_t rc = call.OpenRecord(handle, domainName, policyName, link); rc != XO_OK) return rc;
     const std::string responseName = FieldText(link->responseName);
     CXoObjId response;
     if (ResolveResponse(call.Session(), responseName, call.Domain(), response) != XO_OK) {
@@ -221,16 +216,10 @@ XO_API Xo_PolicyApi_SetResponseInPolicyLink(PolicyApiSession* handle, const char
       return ResolveResponseGroup(call.Session(), responseName, call.Domain(), group);
     }
 
-    CXoObjIdArray ids;
-    if (int32_t rc = LinksOfPolicy(call, CXoObjPolicyLink(), policy, ids); rc != XO_OK) return rc;
-    if (ids.empty()) return XO_ERR_LINK_NOT_FOUND;
-    bool matched = false;
-    const int32_t rc = ChangeMatchingLinks(call, ids, rule, matched, [&](CXoObjPolicyLink& stored) {
-      stored.SetResponseOid(response);
-      const int32_t saved = CXoObjStore::Save(stored, true, call.Sid());
-      return StoreFailed(saved) ? MapStoreResult(saved) : XO_OK;
-    });
-    if (rc != XO_OK) return rc;
-    return matched ? XO_OK : XO_ERR_GENERAL;
+    return ChangeMatchingLinks(call, CXoObjPolicyLink(), call.policy, call.rule, XO_ERR_GENERAL,
+                               [&](CXoObjPolicyLink& stored) {
+                                 stored.SetResponseOid(response);
+                                 return SaveObject(call.Sid(), stored, true);
+                               });
   });
 }

@@ -26,8 +26,7 @@ struct PolicyInDirectory {
 
   int32_t Open(const PolicyApiSession* handle, std::initializer_list<const void*> required,
                const char* domainName, const char* policyName, const char* userDirName) {
-    if (int32_t rc = call.Open(handle, required); rc != XO_OK) return rc;
-    if (int32_t rc = call.AllowDomain(ArgText(domainName)); rc != XO_OK) return rc;
+    if (int32_t rc = call.OpenDomain(handle, required, ArgText(domainName)); rc != XO_OK) return rc;
     if (int32_t rc = ResolvePolicy(call.Session(), ArgText(policyName), call.Domain(), policy);
         rc != XO_OK) {
       return rc;
@@ -110,9 +109,15 @@ XO_API Xo_PolicyApi_GetPolicyUsers(PolicyApiSession* handle, const char* domainN
         rc != XO_OK) {
       return rc;
     }
+    // The domain's attachments, narrowed in the store (by index) to those of
+    // this policy and directory, so that the listing costs what it returns,
+    // not what the domain holds; each is still checked as it is fetched.
     CXoObjIdArray hits;
-    if (int32_t rc = SearchIds(target.call.Sid(), CXoObjUserPolicy(), CXoObjUserPolicy::Domain,
-                               target.call.Domain(), hits);
+    const XoObjSearchFilterList filters = {
+        {CXoObjUserPolicy::Domain, target.call.Domain().GetOidString()},
+        {CXoObjUserPolicy::Policy, target.policy.GetOidString()},
+        {CXoObjUserPolicy::UserDirectory, target.directory.GetOidString()}};
+    if (int32_t rc = SearchIdsWhere(target.call.Sid(), CXoObjUserPolicy(), filters, hits);
         rc != XO_OK) {
       return rc;
     }

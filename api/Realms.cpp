@@ -15,6 +15,7 @@
 #include "frame/Resolve.h"
 #include "frame/ResultCodes.h"
 #include "frame/Rights.h"
+#include "frame/Saving.h"
 
 using namespace xo::frame;
 
@@ -127,8 +128,7 @@ XO_API Xo_PolicyApi_AddRealm(PolicyApiSession* handle, const char* domainName, R
       }
       object.SetOid(stored);
     }
-    const int32_t saved = CXoObjStore::Save(object, update != 0, call.Sid());
-    return StoreFailed(saved) ? MapStoreResult(saved) : XO_OK;
+    return SaveObject(call.Sid(), object, update != 0);
   });
 }
 
@@ -152,12 +152,8 @@ XO_API Xo_PolicyApi_GetRealm(PolicyApiSession* handle, const char* realmName,
 
     CXoObjRealm templ;
     if (!domain.IsOidNull()) templ.SetDomainOid(domain);
-    CXoObjIdArray hits;
-    const int32_t found =
-        CXoObjStore::Search(templ, hits, CXoObjRealm::Name, ArgText(realmName), call.Sid());
-    if (StoreFailed(found)) return MapStoreResult(found);
-    return FetchedRecords<CXoObjRealm>(
-        call.Sid(), hits,
+    return RecordsByName(
+        call.Sid(), templ, ArgText(realmName),
         [&](RealmRecord& record, const CXoObjRealm& object) {
           return FillRecord(call.Session(), record, object);
         },
@@ -179,7 +175,6 @@ XO_API Xo_PolicyApi_FlushRealm(PolicyApiSession* handle, const char* realmName,
 
     // The flush is not done here: the servers pick the command up from the store.
     CXoObjServerCommand command(NowSeconds(), kFlushRealmCommand, realm.GetOidString());
-    const int32_t saved = CXoObjStore::Save(command, false, call.Sid());
-    return StoreFailed(saved) ? MapStoreResult(saved) : XO_OK;
+    return SaveObject(call.Sid(), command, false);
   });
 }

@@ -13,6 +13,7 @@
 #include "frame/Names.h"
 #include "frame/Resolve.h"
 #include "frame/ResultCodes.h"
+#include "frame/Saving.h"
 
 using namespace xo::frame;
 
@@ -22,10 +23,25 @@ namespace {
 // then the response within the domain.
 int32_t OpenResponse(Call& call, const PolicyApiSession* handle, const void* required,
                      const char* responseName, const char* domainName, CXoObjId& response) {
-  if (int32_t rc = call.Open(handle, {required}); rc != XO_OK) return rc;
-  if (int32_t rc = call.AllowDomain(ArgText(domainName)); rc != XO_OK) return rc;
+  if (int32_t rc = call.OpenDomain(handle, {required}, ArgText(domainName)); rc != XO_OK) return rc;
   return ResolveResponse(call.Session(), ArgText(responseName), call.Domain(), response);
 }
+
+// The opening of the calls that take a value record: the response, then the
+// dictionary attribute the record names.
+struct AttrRecordCall : Call {
+  CXoObjId response;
+  CXoObjId dictAttr;
+
+  int32_t OpenRecord(const PolicyApiSession* handle, const char* responseName,
+                     const char* domainName, const ResponseAttrRecord* attr) {
+    if (int32_t rc = OpenResponse(*this, handle, attr, responseName, domainName, response);
+        rc != XO_OK) {
+      return rc;
+    }
+    return ResolveDictionaryAttr(Session(), FieldText(attr->attrName), dictAttr);
+  }
+};
 
 int32_t DomainAttributes(const Call& call, CXoObjIdArray& ids) {
   return SearchIds(call.Sid(), CXoObjResponseAttr(), CXoObjResponseAttr::Domain, call.Domain(),
@@ -59,38 +75,23 @@ bool Matches(const CXoObjResponseAttr& attr, const CXoObjId& response, const CXo
 XO_API Xo_PolicyApi_AddResponseAttr(PolicyApiSession* handle, const char* responseName,
                                     const char* domainName, ResponseAttrRecord* attr) {
   return Guarded([&]() -> int32_t {
-    Call call;
-    CXoObjId response;
-    if (int32_t rc = OpenResponse(call, handle, attr, responseName, domainName, response);
-        rc != XO_OK) {
-      return rc;
-    }
-    CXoObjId dictAttr;
-    if (int32_t rc = ResolveDictionaryAttr(call.Session(), FieldText(attr->attrName), dictAttr);
-        rc != XO_OK) {
+    AttrRecordCall call;
+    if (int32_t rc = call.OpenRecord(handle, responseName, domainName, attr); rc != XO_OK) {
       return rc;
     }
 
-    CXoObjResponseAttr object(FieldText(attr->value), dictAttr, response, attr->attrInt1,
+    CXoObjResponseAttr object(FieldText(attr->value), call.dictAttr, call.response, attr->attrInt1,
                               attr->attrInt2, call.Domain());
-    const int32_t saved = CXoObjStore::Save(object, false, call.Sid());
-    if (StoreFailed(saved)) return MapStoreResult(saved);
-    return InvalidateResponse(call, response);
+    if (int32_t rc = SaveObject(call.Sid(), object, false); rc != XO_OK) return rc;
+    return InvalidateResponse(call, call.response);
   });
 }
 
 XO_API Xo_PolicyApi_RemoveResponseAttr(PolicyApiSession* handle, const char* responseName,
                                        const char* domainName, ResponseAttrRecord* attr) {
   return Guarded([&]() -> int32_t {
-    Call call;
-    CXoObjId response;
-    if (int32_t rc = OpenResponse(call, handle, attr, responseName, domainName, response);
-        rc != XO_OK) {
-      return rc;
-    }
-    CXoObjId dictAttr;
-    if (int32_t rc = ResolveDictionaryAttr(call.Session(), FieldText(attr->attrName), dictAttr);
-        rc != XO_OK) {
+    AttrRecordCall call;
+    if (int32_t rc = call.OpenRecord(handle, responseName, domainName, attr); rc != XO_OK) {
       return rc;
     }
     const std::string value = FieldText(attr->value);
@@ -100,11 +101,11 @@ XO_API Xo_PolicyApi_RemoveResponseAttr(PolicyApiSession* handle, const char* res
     bool removed = false;
     const int32_t rc = FetchEach<CXoObjResponseAttr>(
         call.Sid(), ids, [&](const CXoObjResponseAttr& stored) -> int32_t {
-          if (!Matches(stored, response, dictAttr, value)) return XO_OK;
+          if (!Matches(stored, call.response, call.dictAttr, value)) return XO_OK;
           const int32_t deleted = CXoObjStore::Delete(stored.GetOid(), call.Sid());
           if (StoreFailed(deleted)) return MapStoreResult(deleted);
           removed = true;
-          return InvalidateResponse(call, response);
+          return InvalidateResponse(call, call.response);
         });
     if (rc != XO_OK) return rc;
     return removed ? XO_OK : XO_ERR_NOT_MEMBER;

@@ -13,6 +13,7 @@
 #include "frame/Properties.h"
 #include "frame/Resolve.h"
 #include "frame/ResultCodes.h"
+#include "frame/Saving.h"
 
 using namespace xo::frame;
 
@@ -27,14 +28,7 @@ int32_t TakeOverStoredResponse(const Call& call, CXoObjResponse& response) {
     return XO_ERR_RESPONSE_SEARCH;
   }
   response.SetOid(stored);
-  CXoObjIdArray attributes;
-  if (int32_t rc = FetchIdList(call.Sid(), response, CXoObjResponse::Attributes, attributes,
-                               AbsentList::IsEmpty);
-      rc != XO_OK) {
-    return rc;
-  }
-  response.SetAttributes(attributes);
-  return XO_OK;
+  return KeepStoredIdList(call.Sid(), response, CXoObjResponse::Attributes);
 }
 
 }  // namespace
@@ -43,8 +37,8 @@ XO_API Xo_PolicyApi_AddResponse(PolicyApiSession* handle, const char* domainName
                                 ResponseRecord* response, uint8_t update) {
   return Guarded([&]() -> int32_t {
     Call call;
-    if (int32_t rc = call.Open(handle, {response}); rc != XO_OK) return rc;
-    if (int32_t rc = call.AllowDomain(ArgText(domainName)); rc != XO_OK) return rc;
+    if (int32_t rc = call.OpenDomain(handle, {response}, ArgText(domainName)); rc != XO_OK)
+      return rc;
     CXoObjId agentType;
     if (int32_t rc =
             ResolveAgentType(call.Session(), FieldText(response->agentTypeName), agentType);
@@ -57,8 +51,7 @@ XO_API Xo_PolicyApi_AddResponse(PolicyApiSession* handle, const char* domainName
     if (update != 0) {
       if (int32_t rc = TakeOverStoredResponse(call, object); rc != XO_OK) return rc;
     }
-    const int32_t saved = CXoObjStore::Save(object, update != 0, call.Sid());
-    return StoreFailed(saved) ? MapStoreResult(saved) : XO_OK;
+    return SaveObject(call.Sid(), object, update != 0);
   });
 }
 
@@ -75,17 +68,9 @@ XO_API Xo_PolicyApi_GetResponse(PolicyApiSession* handle, const char* responseNa
                                 const char* domainName, ResponseRecord** list) {
   return Guarded([&]() -> int32_t {
     Call call;
-    if (int32_t rc = call.Open(handle, {list}); rc != XO_OK) return rc;
-    if (int32_t rc = call.AllowDomain(ArgText(domainName)); rc != XO_OK) return rc;
-
+    if (int32_t rc = call.OpenDomain(handle, {list}, ArgText(domainName)); rc != XO_OK) return rc;
     CXoObjResponse templ;
     templ.SetDomainOid(call.Domain());
-    CXoObjIdArray hits;
-    if (int32_t rc =
-            SearchIds(call.Sid(), templ, CXoObjResponse::Name, ArgText(responseName), hits);
-        rc != XO_OK) {
-      return rc;
-    }
     const auto fill = [&](ResponseRecord& record, const CXoObjResponse& object) -> int32_t {
       CopyToField(record.objectId, object.GetOid().GetOidString());
       CopyToField(record.name, object.GetName());
@@ -95,6 +80,6 @@ XO_API Xo_PolicyApi_GetResponse(PolicyApiSession* handle, const char* responseNa
       CopyToField(record.agentTypeName, agentType);
       return rc;
     };
-    return FetchedRecords<CXoObjResponse>(call.Sid(), hits, fill, list);
+    return RecordsByName(call.Sid(), templ, ArgText(responseName), fill, list);
   });
 }

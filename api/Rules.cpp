@@ -11,6 +11,7 @@
 #include "frame/Names.h"
 #include "frame/Resolve.h"
 #include "frame/ResultCodes.h"
+#include "frame/Saving.h"
 
 using namespace xo::frame;
 
@@ -88,10 +89,7 @@ XO_API Xo_PolicyApi_AddRule(PolicyApiSession* handle, const char* domainName, Ru
         object.SetOid(stored);
       }
     }
-    const int32_t saved = CXoObjStore::Save(object, update != 0, call.Sid());
-    if (StoreFailed(saved)) return MapStoreResult(saved);
-    CopyToField(rule->objectId, object.GetOid().GetOidString());
-    return XO_OK;
+    return SaveObject(call.Sid(), object, update != 0, &rule->objectId);
   });
 }
 

@@ -10,7 +10,7 @@
 #include "frame/Fields.h"
 #include "frame/Guard.h"
 #include "frame/Resolve.h"
-#include "frame/ResultCodes.h"
+#include "frame/Saving.h"
 
 using namespace xo::frame;
 
@@ -46,19 +46,11 @@ int32_t FillRecord(SchemeRecord& record, const CXoObjScheme& scheme) {
 XO_API Xo_PolicyApi_AddScheme(PolicyApiSession* handle, SchemeRecord* scheme, uint8_t update) {
   return Guarded([&]() -> int32_t {
     Call call;
-    if (int32_t rc = call.Open(handle, {scheme}); rc != XO_OK) return rc;
-    if (int32_t rc = call.AllowSystem(); rc != XO_OK) return rc;
+    if (int32_t rc = call.OpenSystem(handle, {scheme}); rc != XO_OK) return rc;
 
     CXoObjScheme object = SchemeFrom(*scheme);
-    if (update != 0) {
-      // A name no single scheme has makes a new scheme.
-      CXoObjId stored;
-      if (ResolveScheme(call.Session(), object.GetName(), stored) == XO_OK) object.SetOid(stored);
-    }
-    const int32_t saved = CXoObjStore::Save(object, update != 0, call.Sid());
-    if (StoreFailed(saved)) return MapStoreResult(saved);
-    CopyToField(scheme->objectId, object.GetOid().GetOidString());
-    return XO_OK;
+    if (update != 0) AdoptStoredOid(call.Session(), ResolveScheme, object);
+    return SaveObject(call.Sid(), object, update != 0, &scheme->objectId);
   });
 }
 
@@ -74,13 +66,7 @@ XO_API Xo_PolicyApi_GetScheme(PolicyApiSession* handle, const char* schemeName,
                               SchemeRecord** list) {
   return Guarded([&]() -> int32_t {
     Call call;
-    if (int32_t rc = call.Open(handle, {list}); rc != XO_OK) return rc;
-    if (int32_t rc = call.AllowSystem(); rc != XO_OK) return rc;
-
-    CXoObjIdArray hits;
-    const int32_t found = CXoObjStore::Search(CXoObjScheme(), hits, CXoObjScheme::Name,
-                                              ArgText(schemeName), call.Sid());
-    if (StoreFailed(found)) return MapStoreResult(found);
-    return FetchedRecords<CXoObjScheme>(call.Sid(), hits, FillRecord, list);
+    if (int32_t rc = call.OpenSystem(handle, {list}); rc != XO_OK) return rc;
+    return RecordsByName(call.Sid(), CXoObjScheme(), ArgText(schemeName), FillRecord, list);
   });
 }

@@ -13,14 +13,14 @@ using namespace xo::frame;
 
 namespace {
 
-// Frees the record and what it owns, and forgets the handle. The store is
+// Frees what the record owns, forgets the handle and retires its memory. The store is
 // released when this handle's Login had opened it.
 void DestroyHandle(PolicyApiSession* handle) {
   if (UnregisterHandle(handle)) CXoObjStore::Release();
   handle->magic = 0;
   Delete(handle->storeMessage);
   Delete(handle->session);
-  Free(handle);
+  RetireHandle(handle);
 }
 
 }  // namespace

@@ -15,6 +15,7 @@
 #include "frame/Names.h"
 #include "frame/Resolve.h"
 #include "frame/ResultCodes.h"
+#include "frame/Saving.h"
 #include "frame/StringArrays.h"
 
 using namespace xo::frame;
@@ -35,30 +36,39 @@ Dir FromRecord(const UserDirRecord& r, const CXoObjId& queryScheme) {
              FieldText(r.string12), FieldText(r.string13));
 }
 
+// The record's texts beside the directory properties that keep them.
+struct TextSlot {
+  TextField UserDirRecord::*field;
+  uint32_t prop;
+};
+constexpr TextSlot kTextSlots[] = {
+    {&UserDirRecord::name, Dir::Name},
+    {&UserDirRecord::description, Dir::Description},
+    {&UserDirRecord::directoryType, Dir::DirectoryType},
+    {&UserDirRecord::string1, Dir::String1},
+    {&UserDirRecord::string2, Dir::String2},
+    {&UserDirRecord::string3, Dir::String3},
+    {&UserDirRecord::string4, Dir::String4},
+    {&UserDirRecord::string5, Dir::String5},
+    {&UserDirRecord::string6, Dir::String6},
+    {&UserDirRecord::string7, Dir::String7},
+    {&UserDirRecord::string8, Dir::String8},
+    {&UserDirRecord::string9, Dir::String9},
+    {&UserDirRecord::string10, Dir::String10},
+    {&UserDirRecord::string11, Dir::String11},
+    {&UserDirRecord::string12, Dir::String12},
+    {&UserDirRecord::string13, Dir::String13},
+};
+
 // Everything but the query scheme's name, which needs the store.
 void FillRecord(UserDirRecord& r, const Dir& dir) {
   CopyToField(r.objectId, dir.GetOid().GetOidString());
-  CopyToField(r.name, dir.GetName());
-  CopyToField(r.description, dir.GetDescription());
-  CopyToField(r.directoryType, dir.GetDirectoryType());
-  CopyToField(r.string1, dir.Text(Dir::String1));
-  CopyToField(r.string2, dir.Text(Dir::String2));
-  CopyToField(r.string3, dir.Text(Dir::String3));
-  CopyToField(r.string4, dir.Text(Dir::String4));
-  CopyToField(r.string5, dir.Text(Dir::String5));
-  CopyToField(r.string6, dir.Text(Dir::String6));
+  for (const TextSlot& slot : kTextSlots) CopyToField(r.*slot.field, dir.Text(slot.prop));
   r.int1 = dir.Int(Dir::Int1);
   r.int2 = dir.Int(Dir::Int2);
   r.int3 = dir.Int(Dir::Int3);
   r.flag1 = dir.Flag(Dir::Flag1) ? 1 : 0;
   r.flag2 = dir.Flag(Dir::Flag2) ? 1 : 0;
-  CopyToField(r.string7, dir.Text(Dir::String7));
-  CopyToField(r.string8, dir.Text(Dir::String8));
-  CopyToField(r.string9, dir.Text(Dir::String9));
-  CopyToField(r.string10, dir.Text(Dir::String10));
-  CopyToField(r.string11, dir.Text(Dir::String11));
-  CopyToField(r.string12, dir.Text(Dir::String12));
-  CopyToField(r.string13, dir.Text(Dir::String13));
 }
 
 bool NamesQueryScheme(const CXoObjId& queryScheme) {
@@ -68,8 +78,7 @@ bool NamesQueryScheme(const CXoObjId& queryScheme) {
 // The handle check, MANAGE on RootObjectId and the domain fetched whole.
 int32_t OpenDomain(Call& call, const PolicyApiSession* handle, const void* names,
                    const std::string& domainName, CXoObjDomain& domain) {
-  if (int32_t rc = call.Open(handle, {names}); rc != XO_OK) return rc;
-  if (int32_t rc = call.AllowSystem(); rc != XO_OK) return rc;
+  if (int32_t rc = call.OpenSystem(handle, {names}); rc != XO_OK) return rc;
   CXoObjId domainId;
   if (int32_t rc = ResolveDomain(call.Session(), domainName, domainId); rc != XO_OK) return rc;
   domain = CXoObjDomain(domainId);
@@ -83,8 +92,7 @@ XO_API Xo_PolicyApi_CreateUserDir(PolicyApiSession* handle, UserDirRecord* userD
                                   uint8_t update) {
   return Guarded([&]() -> int32_t {
     Call call;
-    if (int32_t rc = call.Open(handle, {userDir}); rc != XO_OK) return rc;
-    if (int32_t rc = call.AllowSystem(); rc != XO_OK) return rc;
+    if (int32_t rc = call.OpenSystem(handle, {userDir}); rc != XO_OK) return rc;
 
     CXoObjId queryScheme;
     if (FieldText(userDir->directoryType) == kOdbcDirectoryType) {
@@ -95,15 +103,8 @@ XO_API Xo_PolicyApi_CreateUserDir(PolicyApiSession* handle, UserDirRecord* userD
       }
     }
     Dir object = FromRecord(*userDir, queryScheme);
-    if (update != 0) {
-      // A name no single directory has makes a new directory.
-      CXoObjId stored;
-      if (ResolveUserDirectory(call.Session(), object.GetName(), stored) == XO_OK) {
-        object.SetOid(stored);
-      }
-    }
-    const int32_t saved = CXoObjStore::Save(object, update != 0, call.Sid());
-    return StoreFailed(saved) ? MapStoreResult(saved) : XO_OK;
+    if (update != 0) AdoptStoredOid(call.Session(), ResolveUserDirectory, object);
+    return SaveObject(call.Sid(), object, update != 0);
   });
 }
 
@@ -118,15 +119,9 @@ XO_API Xo_PolicyApi_GetUserDir(PolicyApiSession* handle, const char* userDirName
                                UserDirRecord** list) {
   return Guarded([&]() -> int32_t {
     Call call;
-    if (int32_t rc = call.Open(handle, {list}); rc != XO_OK) return rc;
-    if (int32_t rc = call.AllowSystem(); rc != XO_OK) return rc;
-
-    CXoObjIdArray hits;
-    const int32_t found =
-        CXoObjStore::Search(Dir(), hits, Dir::Name, ArgText(userDirName), call.Sid());
-    if (StoreFailed(found)) return MapStoreResult(found);
-    return FetchedRecords<Dir>(
-        call.Sid(), hits,
+    if (int32_t rc = call.OpenSystem(handle, {list}); rc != XO_OK) return rc;
+    return RecordsByName(
+        call.Sid(), Dir(), ArgText(userDirName),
         [&](UserDirRecord& record, const Dir& dir) -> int32_t {
           FillRecord(record, dir);
           if (!NamesQueryScheme(dir.GetQuerySchemeOid())) return XO_OK;
@@ -145,16 +140,18 @@ XO_API Xo_PolicyApi_GetUserDir(PolicyApiSession* handle, const char* userDirName
 XO_API Xo_PolicyApi_AddUserDirToDomain(PolicyApiSession* handle, const char* userDirName,
                                        const char* domainName) {
   return Guarded([&] {
-    return AddDomainMember(handle, ArgText(userDirName), ArgText(domainName), ResolveUserDirectory,
-                           CXoObjDomain::UserDirectories);
+    return ChangeDomainMember(handle, ArgText(userDirName), ArgText(domainName),
+                              ResolveUserDirectory, CXoObjDomain::UserDirectories,
+                              MemberChange::Add);
   });
 }
 
 XO_API Xo_PolicyApi_RemoveUserDirFromDomain(PolicyApiSession* handle, const char* userDirName,
                                             const char* domainName) {
   return Guarded([&] {
-    return RemoveDomainMember(handle, ArgText(userDirName), ArgText(domainName),
-                              ResolveUserDirectory, CXoObjDomain::UserDirectories);
+    return ChangeDomainMember(handle, ArgText(userDirName), ArgText(domainName),
+                              ResolveUserDirectory, CXoObjDomain::UserDirectories,
+                              MemberChange::Remove);
   });
 }
 
@@ -203,7 +200,6 @@ XO_API Xo_PolicyApi_SetUserDirSearchOrder(PolicyApiSession* handle, const char* 
       }
     }
     domain.SetUserDirectories(order);
-    const int32_t saved = CXoObjStore::Save(domain, true, call.Sid());
-    return StoreFailed(saved) ? MapStoreResult(saved) : XO_OK;
+    return SaveObject(call.Sid(), domain, true);
   });
 }

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "BenchStores.h"
+#include "Iterations.h"
 #include "Ratios.h"
 #include "SqliteFloor.h"
 #include "frame/Resolve.h"
@@ -33,72 +34,53 @@ std::string FreshName(const char* prefix) {
 
 void LoginLogout(benchmark::State& state) {
   StoreSelection store(PopulatedStore(state.range(0)));
-  for (auto _ : state) {
+  RunSteps(state, "login or logout failed", [] {
     PolicyApiSession* handle = nullptr;
-    if (Login(handle) != XO_OK || Xo_PolicyApi_Logout(handle) != XO_OK) {
-      state.SkipWithError("login or logout failed");
-      break;
-    }
-  }
+    return Login(handle) == XO_OK && Xo_PolicyApi_Logout(handle) == XO_OK;
+  });
 }
 
 void AddDomain(benchmark::State& state) {
   ApiSession api(PopulatedStore(state.range(0)));
-  for (auto _ : state) {
+  RunSteps(state, "AddDomain failed", [&] {
     DomainRecord record{};
     std::snprintf(record.name, sizeof record.name, "%s", FreshName("added-").c_str());
-    if (Xo_PolicyApi_AddDomain(api.Handle(), &record, 0) != XO_OK) {
-      state.SkipWithError("AddDomain failed");
-      break;
-    }
-  }
+    return Xo_PolicyApi_AddDomain(api.Handle(), &record, 0) == XO_OK;
+  });
 }
 
 void GetDomain(benchmark::State& state) {
   ApiSession api(PopulatedStore(state.range(0)));
   ScatteredNames names(state.range(0));
-  for (auto _ : state) {
+  RunSteps(state, "GetDomain found nothing", [&] {
     DomainRecord* found = nullptr;
-    if (Xo_PolicyApi_GetDomain(api.Handle(), names.Next().c_str(), &found) != XO_OK || !found) {
-      state.SkipWithError("GetDomain found nothing");
-      break;
-    }
+    const bool ok =
+        Xo_PolicyApi_GetDomain(api.Handle(), names.Next().c_str(), &found) == XO_OK && found;
     Xo_PolicyApi_FreeMemory(found);
-  }
+    return ok;
+  });
 }
 
 void ResolveDomain(benchmark::State& state) {
   ApiSession api(PopulatedStore(state.range(0)));
   ScatteredNames names(state.range(0));
-  for (auto _ : state) {
+  RunSteps(state, "the resolver found nothing", [&] {
     CXoObjId id;
-    if (frame::ResolveDomain(api.Session(), names.Next(), id) != XO_OK) {
-      state.SkipWithError("the resolver found nothing");
-      break;
-    }
+    const bool ok = frame::ResolveDomain(api.Session(), names.Next(), id) == XO_OK;
     benchmark::DoNotOptimize(id);
-  }
+    return ok;
+  });
 }
 
 void SqliteInsertCommit(benchmark::State& state) {
   FloorTable table(state.range(0));
-  for (auto _ : state) {
-    if (!table.Insert(FreshName("floor-added-"))) {
-      state.SkipWithError("insert failed");
-      break;
-    }
-  }
+  RunSteps(state, "insert failed", [&] { return table.Insert(FreshName("floor-added-")); });
 }
 
 void SqlitePointSelect(benchmark::State& state) {
   FloorTable table(state.range(0));
   ScatteredNames names(state.range(0));
-  for (auto _ : state) {
-    if (!table.SelectByName(names.Next())) {
-      state.SkipWithError("select found nothing");
-      break;
-    }
-  }
+  RunSteps(state, "select found nothing", [&] { return table.SelectByName(names.Next()); });
 }
 
 // Login verifies an Argon2id hash and writes and ends a session, so its
@@ -112,7 +94,6 @@ constexpr int64_t kLargeStore = 100000;
 
 // Each call runs right beside its floor, so that both see the same disk: on a
 // shared machine the cost of a commit drifts over a run.
-#define XO_BENCH(name, size) BENCHMARK(name)->Arg(size)->Unit(benchmark::kMicrosecond)
 
 XO_BENCH(LoginLogout, kSmallStore);
 XO_BENCH(AddDomain, kSmallStore);

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "BenchStores.h"
+#include "Iterations.h"
 #include "Ratios.h"
 #include "SqliteFloor.h"
 
@@ -28,49 +29,41 @@ int64_t NextSerial() {
 
 void AddRule(benchmark::State& state) {
   ApiSession api(PopulatedRuleStore(state.range(0)));
-  for (auto _ : state) {
+  RunSteps(state, "AddRule failed", [&] {
     const int64_t serial = NextSerial();
     RuleRecord rule{};
     std::snprintf(rule.name, sizeof rule.name, "added-%lld", static_cast<long long>(serial));
     std::snprintf(rule.realmName, sizeof rule.realmName, "%s", RuleRealm(serial).c_str());
     std::snprintf(rule.ruleText1, sizeof rule.ruleText1, "GET");
-    if (Xo_PolicyApi_AddRule(api.Handle(), kRuleDomain, &rule, 0) != XO_OK) {
-      state.SkipWithError("AddRule failed");
-      break;
-    }
-  }
+    return Xo_PolicyApi_AddRule(api.Handle(), kRuleDomain, &rule, 0) == XO_OK;
+  });
 }
 
 void GetRule(benchmark::State& state) {
   ApiSession api(PopulatedRuleStore(state.range(0)));
   ScatteredIndex rules(state.range(0));
-  for (auto _ : state) {
+  RunSteps(state, "GetRule found nothing", [&] {
     const int64_t i = rules.Next();
     RuleRecord* found = nullptr;
-    if (Xo_PolicyApi_GetRule(api.Handle(), RuleName(i).c_str(), RuleRealm(i).c_str(), kRuleDomain,
-                             &found) != XO_OK ||
-        found == nullptr) {
-      state.SkipWithError("GetRule found nothing");
-      break;
-    }
+    const bool ok = Xo_PolicyApi_GetRule(api.Handle(), RuleName(i).c_str(), RuleRealm(i).c_str(),
+                                         kRuleDomain, &found) == XO_OK &&
+                    found != nullptr;
     Xo_PolicyApi_FreeMemory(found);
-  }
+    return ok;
+  });
 }
 
 void AddPolicyLink(benchmark::State& state) {
   ApiSession api(PopulatedRuleStore(state.range(0)));
   ScatteredIndex rules(state.range(0));
-  for (auto _ : state) {
+  RunSteps(state, "AddPolicyLink failed", [&] {
     const int64_t i = rules.Next();
     PolicyLinkRecord link{};
     std::snprintf(link.realmName, sizeof link.realmName, "%s", RuleRealm(i).c_str());
     std::snprintf(link.ruleName, sizeof link.ruleName, "%s", RuleName(i).c_str());
     std::snprintf(link.responseName, sizeof link.responseName, "%s", kResponse);
-    if (Xo_PolicyApi_AddPolicyLink(api.Handle(), kRuleDomain, kPolicy, &link) != XO_OK) {
-      state.SkipWithError("AddPolicyLink failed");
-      break;
-    }
-  }
+    return Xo_PolicyApi_AddPolicyLink(api.Handle(), kRuleDomain, kPolicy, &link) == XO_OK;
+  });
 }
 
 // Adds a new rule group of the store, outside the timing.
@@ -110,51 +103,37 @@ void AddToGroup(benchmark::State& state) {
 
 void ListRules(benchmark::State& state) {
   ApiSession api(PopulatedRuleStore(state.range(0)));
-  for (auto _ : state) {
+  RunSteps(state, "GetDomainObjectNames missed rules", [&] {
     char** names = nullptr;
     const int32_t rc =
         Xo_PolicyApi_GetDomainObjectNames(api.Handle(), kRuleDomain, XO_DOMAIN_RULES, &names);
     int64_t listed = 0;
     while (names != nullptr && names[listed] != nullptr) ++listed;
     if (names != nullptr) Xo_PolicyApi_FreeStringArray(names);
-    if (rc != XO_OK || listed != state.range(0)) {
-      state.SkipWithError("GetDomainObjectNames missed rules");
-      break;
-    }
-  }
+    return rc == XO_OK && listed == state.range(0);
+  });
 }
 
 void SqliteRuleInsertCommit(benchmark::State& state) {
   RuleFloorTable table(state.range(0));
-  for (auto _ : state) {
+  RunSteps(state, "insert failed", [&] {
     const int64_t serial = NextSerial();
-    if (!table.Insert(RuleRealm(serial), "floor-added-" + std::to_string(serial))) {
-      state.SkipWithError("insert failed");
-      break;
-    }
-  }
+    return table.Insert(RuleRealm(serial), "floor-added-" + std::to_string(serial));
+  });
 }
 
 void SqliteRulePointSelect(benchmark::State& state) {
   RuleFloorTable table(state.range(0));
   ScatteredIndex rules(state.range(0));
-  for (auto _ : state) {
+  RunSteps(state, "select found nothing", [&] {
     const int64_t i = rules.Next();
-    if (!table.Select(RuleRealm(i), RuleName(i))) {
-      state.SkipWithError("select found nothing");
-      break;
-    }
-  }
+    return table.Select(RuleRealm(i), RuleName(i));
+  });
 }
 
 void SqliteRuleRangeSelect(benchmark::State& state) {
   RuleFloorTable table(state.range(0));
-  for (auto _ : state) {
-    if (table.SelectAll() < state.range(0)) {
-      state.SkipWithError("the range missed rules");
-      break;
-    }
-  }
+  RunSteps(state, "the range missed rules", [&] { return table.SelectAll() >= state.range(0); });
 }
 
 [[maybe_unused]] const bool kRatios = AddRatio("AddRule", "SqliteRuleInsertCommit") &&
@@ -168,7 +147,6 @@ constexpr int64_t kLargeDomain = 100000;
 
 // Each call runs right beside its floor. The listing and the read go before
 // the writes, so that they see exactly the rules the store was made with.
-#define XO_BENCH(name, size) BENCHMARK(name)->Arg(size)->Unit(benchmark::kMicrosecond)
 
 XO_BENCH(GetRule, kSmallDomain);
 XO_BENCH(SqliteRulePointSelect, kSmallDomain);

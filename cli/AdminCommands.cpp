@@ -30,15 +30,7 @@ Noun<AdminRecord> AdminNoun() {
                    "Rights: 0x1 system, 0x2 domain administrator, 0x10000 << C command C"),
   };
   noun.columns = {"name", "flags", "userdir", "description"};
-  noun.get = [](PolicyApiSession* h, const Scope&, const std::string& name, R** list) {
-    return Xo_PolicyApi_GetAdmin(h, name.c_str(), list);
-  };
-  noun.add = [](PolicyApiSession* h, const Scope&, R& record, uint8_t update) {
-    return Xo_PolicyApi_AddAdmin(h, &record, update);
-  };
-  noun.remove = [](PolicyApiSession* h, const Scope&, const std::string& name) {
-    return Xo_PolicyApi_DeleteAdmin(h, name.c_str());
-  };
+  UseSystemCalls(noun, Xo_PolicyApi_GetAdmin, Xo_PolicyApi_AddAdmin, Xo_PolicyApi_DeleteAdmin);
   noun.names = GlobalObjectNames(XO_GLOBAL_ADMINISTRATORS, "administrators");
   return noun;
 }

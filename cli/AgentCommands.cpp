@@ -22,15 +22,7 @@ Noun<AgentRecord> AgentNoun() {
       IntegerField("int", "agentInt", &R::agentInt, "Agent integer"),
   };
   noun.columns = {"name", "agent-type", "description"};
-  noun.get = [](PolicyApiSession* h, const Scope&, const std::string& name, R** list) {
-    return Xo_PolicyApi_GetAgent(h, name.c_str(), list);
-  };
-  noun.add = [](PolicyApiSession* h, const Scope&, R& record, uint8_t update) {
-    return Xo_PolicyApi_AddAgent(h, &record, update);
-  };
-  noun.remove = [](PolicyApiSession* h, const Scope&, const std::string& name) {
-    return Xo_PolicyApi_DeleteAgent(h, name.c_str());
-  };
+  UseSystemCalls(noun, Xo_PolicyApi_GetAgent, Xo_PolicyApi_AddAgent, Xo_PolicyApi_DeleteAgent);
   noun.names = GlobalObjectNames(XO_GLOBAL_AGENTS, "agents");
   return noun;
 }

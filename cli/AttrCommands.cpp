@@ -42,21 +42,17 @@ std::shared_ptr<AttrVerb> DeclareAttrVerb(CLI::App& noun, const std::string& nam
 }
 
 void RequireResponse(Connection& c, const AttrVerb& v) {
-  ResponseRecord* list = nullptr;
-  CheckCall(c, v.scope,
-            Xo_PolicyApi_GetResponse(c.Handle(), v.response.c_str(), v.scope.domain.c_str(), &list),
-            "cannot read " + v.Response());
-  if (TakeRecords(list).empty()) NotFound("there is no " + v.Response());
+  RequireExisting<ResponseRecord>(c, v.scope, v.Response(), [&](ResponseRecord** list) {
+    return Xo_PolicyApi_GetResponse(c.Handle(), v.response.c_str(), v.scope.domain.c_str(), list);
+  });
 }
 
 std::vector<R> ReadAttrs(Connection& c, const AttrVerb& v) {
   RequireResponse(c, v);
-  R* list = nullptr;
-  CheckCall(
-      c, v.scope,
-      Xo_PolicyApi_GetResponseAttrs(c.Handle(), v.response.c_str(), v.scope.domain.c_str(), &list),
-      "cannot read the attributes of " + v.Response());
-  return TakeRecords(list);
+  return ReadList<R>(c, v.scope, "cannot read the attributes of " + v.Response(), [&](R** list) {
+    return Xo_PolicyApi_GetResponseAttrs(c.Handle(), v.response.c_str(), v.scope.domain.c_str(),
+                                         list);
+  });
 }
 
 bool EqualIgnoringCase(const std::string& a, const std::string& b) {

@@ -20,15 +20,7 @@ Noun<DomainRecord> DomainNoun() {
       TextField("description", "description", &R::description, "Free text"),
   };
   noun.columns = {"name", "description"};
-  noun.get = [](PolicyApiSession* h, const Scope&, const std::string& name, R** list) {
-    return Xo_PolicyApi_GetDomain(h, name.c_str(), list);
-  };
-  noun.add = [](PolicyApiSession* h, const Scope&, R& record, uint8_t update) {
-    return Xo_PolicyApi_AddDomain(h, &record, update);
-  };
-  noun.remove = [](PolicyApiSession* h, const Scope&, const std::string& name) {
-    return Xo_PolicyApi_DeleteDomain(h, name.c_str());
-  };
+  UseSystemCalls(noun, Xo_PolicyApi_GetDomain, Xo_PolicyApi_AddDomain, Xo_PolicyApi_DeleteDomain);
   noun.names = GlobalObjectNames(XO_GLOBAL_DOMAINS, "domains");
   return noun;
 }

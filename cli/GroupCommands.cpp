@@ -70,12 +70,10 @@ std::string GroupWhat(const MemberVerb& v) {
 
 // Says so when the group is not there, rather than the library's bare -1.
 void RequireGroup(Connection& c, const MemberVerb& v) {
-  R* list = nullptr;
-  CheckCall(c, v.scope,
-            Xo_PolicyApi_GetGroup(c.Handle(), v.scope.GroupTypeCode(), v.group.c_str(),
-                                  v.scope.domain.c_str(), &list),
-            "cannot read " + GroupWhat(v));
-  if (TakeRecords(list).empty()) NotFound("there is no " + GroupWhat(v));
+  RequireExisting<R>(c, v.scope, GroupWhat(v), [&](R** list) {
+    return Xo_PolicyApi_GetGroup(c.Handle(), v.scope.GroupTypeCode(), v.group.c_str(),
+                                 v.scope.domain.c_str(), list);
+  });
 }
 
 using MemberChange = int32_t(XO_API_CALL*)(PolicyApiSession*, int32_t, const char*, const char*,

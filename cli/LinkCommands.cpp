@@ -58,22 +58,13 @@ std::shared_ptr<LinkVerb> DeclareLinkVerb(CLI::App& noun, const std::string& nam
   return options;
 }
 
-void RequirePolicy(Connection& c, const LinkVerb& v) {
-  PolicyRecord* list = nullptr;
-  CheckCall(c, v.scope,
-            Xo_PolicyApi_GetPolicy(c.Handle(), v.policy.c_str(), v.scope.domain.c_str(), &list),
-            "cannot read " + v.Policy());
-  if (TakeRecords(list).empty()) NotFound("there is no " + v.Policy());
-}
-
 std::vector<R> ReadLinks(Connection& c, const LinkVerb& v) {
-  RequirePolicy(c, v);
-  R* list = nullptr;
-  CheckCall(
-      c, v.scope,
-      Xo_PolicyApi_GetPolicyLinks(c.Handle(), v.scope.domain.c_str(), v.policy.c_str(), &list),
-      "cannot read the links of " + v.Policy());
-  return TakeRecords(list);
+  RequireExisting<PolicyRecord>(c, v.scope, v.Policy(), [&](PolicyRecord** list) {
+    return Xo_PolicyApi_GetPolicy(c.Handle(), v.policy.c_str(), v.scope.domain.c_str(), list);
+  });
+  return ReadList<R>(c, v.scope, "cannot read the links of " + v.Policy(), [&](R** list) {
+    return Xo_PolicyApi_GetPolicyLinks(c.Handle(), v.scope.domain.c_str(), v.policy.c_str(), list);
+  });
 }
 
 std::vector<R> MatchingLinks(Connection& c, const LinkVerb& v) {

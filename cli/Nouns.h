@@ -65,20 +65,75 @@ Json DoneDetails(const std::string& name, const char* objectId);
 
 }  // namespace nouns
 
+// `get`, `add` and `remove` of a Noun for a kind outside domains, whose
+// library calls take no scope.
+template <class Record>
+void UseSystemCalls(Noun<Record>& noun,
+                    int32_t(XO_API_CALL* get)(PolicyApiSession*, const char* name, Record**),
+                    int32_t(XO_API_CALL* add)(PolicyApiSession*, Record*, uint8_t update),
+                    int32_t(XO_API_CALL* remove)(PolicyApiSession*, const char* name)) {
+  noun.get = [get](PolicyApiSession* h, const Scope&, const std::string& name, Record** list) {
+    return get(h, name.c_str(), list);
+  };
+  noun.add = [add](PolicyApiSession* h, const Scope&, Record& record, uint8_t update) {
+    return add(h, &record, update);
+  };
+  noun.remove = [remove](PolicyApiSession* h, const Scope&, const std::string& name) {
+    return remove(h, name.c_str());
+  };
+}
+
+// The same for a kind that lives in the scope's domain: its calls take the
+// object's name, then the domain's, and add into the domain.
+template <class Record>
+void UseDomainCalls(
+    Noun<Record>& noun,
+    int32_t(XO_API_CALL* get)(PolicyApiSession*, const char* name, const char* domain, Record**),
+    int32_t(XO_API_CALL* add)(PolicyApiSession*, const char* domain, Record*, uint8_t update),
+    int32_t(XO_API_CALL* remove)(PolicyApiSession*, const char* name, const char* domain)) {
+  noun.get = [get](PolicyApiSession* h, const Scope& s, const std::string& name, Record** list) {
+    return get(h, name.c_str(), s.domain.c_str(), list);
+  };
+  noun.add = [add](PolicyApiSession* h, const Scope& s, Record& record, uint8_t update) {
+    return add(h, s.domain.c_str(), &record, update);
+  };
+  noun.remove = [remove](PolicyApiSession* h, const Scope& s, const std::string& name) {
+    return remove(h, name.c_str(), s.domain.c_str());
+  };
+}
+
 using NameLister = std::function<std::vector<std::string>(Connection&, const Scope&)>;
 // `names` of a Noun for the kinds that the library lists per domain
 // (Xo_PolicyApi_GetDomainObjectNames) or system-wide (GetGlobalObjectNames).
 NameLister DomainObjectNames(uint32_t objectKind, const std::string& plural);
 NameLister GlobalObjectNames(uint32_t objectKind, const std::string& plural);
 
+// A library call that hands out a list (`read(&list)`): its records, or the
+// command stops with `failure`.
+template <class Record, class Read>
+std::vector<Record> ReadList(const Connection& connection, const Scope& scope,
+                             const std::string& failure, Read&& read) {
+  Record* list = nullptr;
+  CheckCall(connection, scope, read(&list), failure);
+  return TakeRecords(list);
+}
+
+// The same for a read that only shows that `what` exists: the command stops
+// when the list is empty.
+template <class Record, class Read>
+void RequireExisting(const Connection& connection, const Scope& scope, const std::string& what,
+                     Read&& read) {
+  if (ReadList<Record>(connection, scope, "cannot read " + what, read).empty()) {
+    NotFound("there is no " + what);
+  }
+}
+
 template <class Record>
 std::vector<Record> ReadByName(Connection& connection, const Noun<Record>& noun, const Scope& scope,
                                const std::string& name) {
-  Record* list = nullptr;
-  int32_t code = noun.get(connection.Handle(), scope, name, &list);
-  CheckCall(connection, scope, code,
-            "cannot read " + nouns::Describe(scope.KindOf(noun.kind), name, scope));
-  std::vector<Record> records = TakeRecords(list);
+  std::vector<Record> records = ReadList<Record>(
+      connection, scope, "cannot read " + nouns::Describe(scope.KindOf(noun.kind), name, scope),
+      [&](Record** list) { return noun.get(connection.Handle(), scope, name, list); });
   if (noun.tidy) {
     for (Record& record : records) noun.tidy(connection, scope, record);
   }

@@ -49,15 +49,8 @@ Noun<R> OdbcQueryNoun() {
   noun.scope = ScopeKind::System;
   noun.fields = OdbcQueryFields();
   noun.columns = {"name", "description"};
-  noun.get = [](PolicyApiSession* h, const Scope&, const std::string& name, R** list) {
-    return Xo_PolicyApi_GetODBCQueryScheme(h, name.c_str(), list);
-  };
-  noun.add = [](PolicyApiSession* h, const Scope&, R& record, uint8_t update) {
-    return Xo_PolicyApi_CreateODBCQueryScheme(h, &record, update);
-  };
-  noun.remove = [](PolicyApiSession* h, const Scope&, const std::string& name) {
-    return Xo_PolicyApi_DeleteODBCQueryScheme(h, name.c_str());
-  };
+  UseSystemCalls(noun, Xo_PolicyApi_GetODBCQueryScheme, Xo_PolicyApi_CreateODBCQueryScheme,
+                 Xo_PolicyApi_DeleteODBCQueryScheme);
   // The library lists no query schemes; their names come from the store, and
   // reading each by name through the library checks the rights as usual.
   noun.names = [](Connection& c, const Scope&) {

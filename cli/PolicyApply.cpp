@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "cli/Output.h"
@@ -32,6 +33,39 @@ std::vector<Json> Missing(const Json& from, const Json& other) {
 const Json& ListOf(const Json& object, const char* key) {
   static const Json kEmpty = Json::array();
   return object.is_object() && object.contains(key) ? object[key] : kEmpty;
+}
+
+// Brings a list the library changes an item at a time from `before` to
+// `after`: `remove` for each item gone, then `add` for each new one.
+template <class Remove, class Add>
+void SyncItems(const Json& before, const Json& after, Remove&& remove, Add&& add) {
+  for (const Json& gone : Missing(before, after)) remove(gone);
+  for (const Json& added : Missing(after, before)) add(added);
+}
+
+// Brings a list the library removes from a group at a time (the items that
+// share `keyOf`) from `before` to `after`: each group that differs is removed
+// whole, then each group that differs is added whole.
+template <class KeyOf, class Remove, class Add>
+void SyncGroups(const Json& before, const Json& after, KeyOf&& keyOf, Remove&& remove, Add&& add) {
+  using Key = std::invoke_result_t<KeyOf&, const Json&>;
+  const auto group = [&](const Json& list) {
+    std::map<Key, Json> grouped;
+    for (const Json& item : list) grouped[keyOf(item)].push_back(item);
+    return grouped;
+  };
+  const std::map<Key, Json> groupsBefore = group(before);
+  const std::map<Key, Json> groupsAfter = group(after);
+  const auto same = [](const std::map<Key, Json>& groups, const Key& key, const Json& items) {
+    const auto found = groups.find(key);
+    return found != groups.end() && found->second == items;
+  };
+  for (const auto& [key, items] : groupsBefore) {
+    if (!same(groupsAfter, key, items)) remove(key, items);
+  }
+  for (const auto& [key, items] : groupsAfter) {
+    if (!same(groupsBefore, key, items)) add(key, items);
+  }
 }
 
 class Applier {
@@ -162,17 +196,10 @@ class Applier {
       SetField(r.description, Text(c.after, "description"));
       Must(Xo_PolicyApi_AddDomain(h_, &r, Update()));
     }
-    const Json& directoriesBefore = ListOf(c.before, "userDirectories");
     const Json& directories = c.after["userDirectories"];
-    for (const Json& gone : Missing(directoriesBefore, directories)) {
-      MustFor(
-          Xo_PolicyApi_RemoveUserDirFromDomain(h_, gone.get<std::string>().c_str(), name.c_str()),
-          "user directory " + gone.dump());
-    }
-    for (const Json& added : Missing(directories, directoriesBefore)) {
-      MustFor(Xo_PolicyApi_AddUserDirToDomain(h_, added.get<std::string>().c_str(), name.c_str()),
-              "user directory " + added.dump());
-    }
+    SyncDomainList(name, ListOf(c.before, "userDirectories"), directories,
+                   Xo_PolicyApi_RemoveUserDirFromDomain, Xo_PolicyApi_AddUserDirToDomain,
+                   "user directory ");
     if (c.Changes("userDirectories") && directories.size() > 1) {
       std::vector<std::string> order = directories.get<std::vector<std::string>>();
       std::vector<char*> names;
@@ -181,15 +208,23 @@ class Applier {
       MustFor(Xo_PolicyApi_SetUserDirSearchOrder(h_, name.c_str(), names.data()),
               "user directory search order");
     }
-    const Json& adminsBefore = ListOf(c.before, "administrators");
-    for (const Json& gone : Missing(adminsBefore, c.after["administrators"])) {
-      MustFor(Xo_PolicyApi_RemoveAdminFromDomain(h_, gone.get<std::string>().c_str(), name.c_str()),
-              "administrator " + gone.dump());
-    }
-    for (const Json& added : Missing(c.after["administrators"], adminsBefore)) {
-      MustFor(Xo_PolicyApi_AddAdminToDomain(h_, added.get<std::string>().c_str(), name.c_str()),
-              "administrator " + added.dump());
-    }
+    SyncDomainList(name, ListOf(c.before, "administrators"), c.after["administrators"],
+                   Xo_PolicyApi_RemoveAdminFromDomain, Xo_PolicyApi_AddAdminToDomain,
+                   "administrator ");
+  }
+
+  // A domain's list of system-wide objects (user directories or
+  // administrators), changed by the member's name.
+  using DomainListCall = int32_t(XO_API_CALL*)(PolicyApiSession*, const char* member,
+                                               const char* domain);
+  void SyncDomainList(const std::string& domain, const Json& before, const Json& after,
+                      DomainListCall remove, DomainListCall add, const std::string& what) {
+    const auto change = [&](DomainListCall call, const Json& member) {
+      MustFor(call(h_, member.get<std::string>().c_str(), domain.c_str()), what + member.dump());
+    };
+    SyncItems(
+        before, after, [&](const Json& gone) { change(remove, gone); },
+        [&](const Json& added) { change(add, added); });
   }
 
   void Realm(const Change& c) {
@@ -237,18 +272,15 @@ class Applier {
     if (!c.Changes("members")) return;
     memberships_.push_back([this, type, name, c] {
       change_ = &c;
-      for (const Json& gone : Missing(ListOf(c.before, "members"), c.after["members"])) {
-        auto [member, realm] = Member(gone);
-        MustFor(Xo_PolicyApi_RemoveFromGroup(h_, type, name.c_str(), member.c_str(),
-                                             c.domain.c_str(), realm.c_str()),
-                "member " + gone.dump());
-      }
-      for (const Json& added : Missing(c.after["members"], ListOf(c.before, "members"))) {
-        auto [member, realm] = Member(added);
-        MustFor(Xo_PolicyApi_AddToGroup(h_, type, name.c_str(), member.c_str(), c.domain.c_str(),
-                                        realm.c_str()),
-                "member " + added.dump());
-      }
+      const auto change = [&](auto call, const Json& item) {
+        auto [member, realm] = Member(item);
+        MustFor(call(h_, type, name.c_str(), member.c_str(), c.domain.c_str(), realm.c_str()),
+                "member " + item.dump());
+      };
+      SyncItems(
+          ListOf(c.before, "members"), c.after["members"],
+          [&](const Json& gone) { change(Xo_PolicyApi_RemoveFromGroup, gone); },
+          [&](const Json& added) { change(Xo_PolicyApi_AddToGroup, added); });
     });
   }
 
@@ -272,22 +304,13 @@ class Applier {
     if (!c.Changes("attributes")) return;
     // Values are removed by attribute name, so an attribute whose values
     // differ is emptied and given the file's values.
-    auto byName = [](const Json& list) {
-      std::map<std::string, Json> grouped;
-      for (const Json& item : list) grouped[Text(item, "attribute")].push_back(item);
-      return grouped;
-    };
-    auto before = byName(ListOf(c.before, "attributes"));
-    auto after = byName(c.after["attributes"]);
-    for (auto& [attribute, values] : before) {
-      if (after.count(attribute) && after[attribute] == values) continue;
+    const auto remove = [&](const std::string& attribute, const Json&) {
       ResponseAttrRecord r{};
       SetField(r.attrName, attribute);
       MustFor(Xo_PolicyApi_RemoveResponseAttr(h_, name.c_str(), c.domain.c_str(), &r),
               "attribute \"" + attribute + "\"");
-    }
-    for (auto& [attribute, values] : after) {
-      if (before.count(attribute) && before[attribute] == values) continue;
+    };
+    const auto add = [&](const std::string& attribute, const Json& values) {
       for (const Json& value : values) {
         ResponseAttrRecord r{};
         SetField(r.attrName, attribute);
@@ -297,7 +320,10 @@ class Applier {
         MustFor(Xo_PolicyApi_AddResponseAttr(h_, name.c_str(), c.domain.c_str(), &r),
                 "attribute " + value.dump());
       }
-    }
+    };
+    SyncGroups(
+        ListOf(c.before, "attributes"), c.after["attributes"],
+        [](const Json& item) { return Text(item, "attribute"); }, remove, add);
   }
 
   void Policy(const Change& c) {
@@ -313,39 +339,33 @@ class Applier {
     }
     if (c.Changes("links")) Links(c, name);
     if (!c.Changes("users")) return;
-    for (const Json& gone : Missing(ListOf(c.before, "users"), c.after["users"])) {
-      MustFor(Xo_PolicyApi_RemoveUsersFromPolicy(h_, c.domain.c_str(), name.c_str(),
-                                                 Text(gone, "directory").c_str(),
-                                                 Text(gone, "entry").c_str()),
-              "user " + gone.dump());
-    }
-    for (const Json& added : Missing(c.after["users"], ListOf(c.before, "users"))) {
-      MustFor(Xo_PolicyApi_AddUsersToPolicy(
-                  h_, c.domain.c_str(), name.c_str(), Text(added, "directory").c_str(),
-                  Text(added, "entry").c_str(), Xo_PolicyResolution_Default),
-              "user " + added.dump());
-    }
+    SyncItems(
+        ListOf(c.before, "users"), c.after["users"],
+        [&](const Json& gone) {
+          MustFor(Xo_PolicyApi_RemoveUsersFromPolicy(h_, c.domain.c_str(), name.c_str(),
+                                                     Text(gone, "directory").c_str(),
+                                                     Text(gone, "entry").c_str()),
+                  "user " + gone.dump());
+        },
+        [&](const Json& added) {
+          MustFor(Xo_PolicyApi_AddUsersToPolicy(
+                      h_, c.domain.c_str(), name.c_str(), Text(added, "directory").c_str(),
+                      Text(added, "entry").c_str(), Xo_PolicyResolution_Default),
+                  "user " + added.dump());
+        });
   }
 
   // Links are removed by what they bind, so a rule or group whose links
   // differ loses them all and gets the file's.
   void Links(const Change& c, const std::string& policy) {
-    auto byTarget = [](const Json& list) {
-      std::map<std::pair<std::string, std::string>, Json> grouped;
-      for (const Json& link : list) grouped[Target(link)].push_back(link);
-      return grouped;
-    };
-    auto before = byTarget(ListOf(c.before, "links"));
-    auto after = byTarget(c.after["links"]);
-    for (auto& [target, links] : before) {
-      if (after.count(target) && after[target] == links) continue;
+    using Target = std::pair<std::string, std::string>;
+    const auto remove = [&](const Target& target, const Json& links) {
       std::string realm = RealmFor(c.domain, target);
       MustFor(Xo_PolicyApi_RemoveRuleFromPolicy(h_, c.domain.c_str(), policy.c_str(), realm.c_str(),
                                                 target.second.c_str()),
               "links of " + links.front().dump());
-    }
-    for (auto& [target, links] : after) {
-      if (before.count(target) && before[target] == links) continue;
+    };
+    const auto add = [&](const Target& target, const Json& links) {
       std::string realm = RealmFor(c.domain, target);
       for (const Json& link : links) {
         PolicyLinkRecord r{};
@@ -355,11 +375,12 @@ class Applier {
         MustFor(Xo_PolicyApi_AddPolicyLink(h_, c.domain.c_str(), policy.c_str(), &r),
                 "link " + link.dump());
       }
-    }
+    };
+    SyncGroups(ListOf(c.before, "links"), c.after["links"], TargetOf, remove, add);
   }
 
   // (realm, rule) of a rule link, ("", group) of a group link.
-  static std::pair<std::string, std::string> Target(const Json& link) {
+  static std::pair<std::string, std::string> TargetOf(const Json& link) {
     if (link.contains("group")) return {"", Text(link, "group")};
     return {Text(link, "realm"), Text(link, "rule")};
   }

@@ -24,15 +24,7 @@ Noun<PolicyRecord> PolicyNoun() {
       TextField("text2", "policyText2", &R::policyText2, "Policy text 2"),
   };
   noun.columns = {"name", "description"};
-  noun.get = [](PolicyApiSession* h, const Scope& s, const std::string& name, R** list) {
-    return Xo_PolicyApi_GetPolicy(h, name.c_str(), s.domain.c_str(), list);
-  };
-  noun.add = [](PolicyApiSession* h, const Scope& s, R& record, uint8_t update) {
-    return Xo_PolicyApi_AddPolicy(h, s.domain.c_str(), &record, update);
-  };
-  noun.remove = [](PolicyApiSession* h, const Scope& s, const std::string& name) {
-    return Xo_PolicyApi_DeletePolicy(h, name.c_str(), s.domain.c_str());
-  };
+  UseDomainCalls(noun, Xo_PolicyApi_GetPolicy, Xo_PolicyApi_AddPolicy, Xo_PolicyApi_DeletePolicy);
   noun.names = DomainObjectNames(XO_DOMAIN_POLICIES, "policies");
   return noun;
 }
@@ -74,12 +66,12 @@ std::string PolicyUserWhat(const PolicyUserVerb& v, const std::string& prepositi
 }
 
 std::vector<UserEntryRecord> ReadPolicyUsers(Connection& c, const PolicyUserVerb& v) {
-  UserEntryRecord* list = nullptr;
-  CheckCall(c, v.scope,
-            Xo_PolicyApi_GetPolicyUsers(c.Handle(), v.scope.domain.c_str(), v.policy.c_str(),
-                                        v.scope.userDir.c_str(), &list),
-            "cannot read the users of policy " + Quoted(v.policy) + v.scope.Where());
-  return TakeRecords(list);
+  return ReadList<UserEntryRecord>(
+      c, v.scope, "cannot read the users of policy " + Quoted(v.policy) + v.scope.Where(),
+      [&](UserEntryRecord** list) {
+        return Xo_PolicyApi_GetPolicyUsers(c.Handle(), v.scope.domain.c_str(), v.policy.c_str(),
+                                           v.scope.userDir.c_str(), list);
+      });
 }
 
 void RegisterPolicyUsers(CLI::App& noun) {

@@ -39,15 +39,7 @@ Noun<RealmRecord> RealmNoun() {
       FlagField("flag4", "realmFlag4", &R::realmFlag4, "Realm flag 4"),
   };
   noun.columns = {"name", "parent", "agent", "scheme", "description"};
-  noun.get = [](PolicyApiSession* h, const Scope& s, const std::string& name, R** list) {
-    return Xo_PolicyApi_GetRealm(h, name.c_str(), s.domain.c_str(), list);
-  };
-  noun.add = [](PolicyApiSession* h, const Scope& s, R& record, uint8_t update) {
-    return Xo_PolicyApi_AddRealm(h, s.domain.c_str(), &record, update);
-  };
-  noun.remove = [](PolicyApiSession* h, const Scope& s, const std::string& name) {
-    return Xo_PolicyApi_DeleteRealm(h, name.c_str(), s.domain.c_str());
-  };
+  UseDomainCalls(noun, Xo_PolicyApi_GetRealm, Xo_PolicyApi_AddRealm, Xo_PolicyApi_DeleteRealm);
   noun.names = DomainObjectNames(XO_DOMAIN_REALMS, "realms");
   noun.tidy = ClearDomainParent;
   return noun;

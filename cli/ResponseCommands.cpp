@@ -20,15 +20,8 @@ Noun<ResponseRecord> ResponseNoun() {
                          "Agent type whose agents receive it, such as \"HTTP Agent\"")),
   };
   noun.columns = {"name", "agent-type", "description"};
-  noun.get = [](PolicyApiSession* h, const Scope& s, const std::string& name, R** list) {
-    return Xo_PolicyApi_GetResponse(h, name.c_str(), s.domain.c_str(), list);
-  };
-  noun.add = [](PolicyApiSession* h, const Scope& s, R& record, uint8_t update) {
-    return Xo_PolicyApi_AddResponse(h, s.domain.c_str(), &record, update);
-  };
-  noun.remove = [](PolicyApiSession* h, const Scope& s, const std::string& name) {
-    return Xo_PolicyApi_DeleteResponse(h, name.c_str(), s.domain.c_str());
-  };
+  UseDomainCalls(noun, Xo_PolicyApi_GetResponse, Xo_PolicyApi_AddResponse,
+                 Xo_PolicyApi_DeleteResponse);
   noun.names = DomainObjectNames(XO_DOMAIN_RESPONSES, "responses");
   return noun;
 }

@@ -21,10 +21,11 @@ std::vector<R> RulesOfScope(Connection& c, const Scope& scope) {
     Scope inRealm = scope;
     inRealm.realm = realm;
     for (const std::string& name : names) {
-      R* list = nullptr;
-      CheckCall(c, inRealm, GetRules(c.Handle(), inRealm, name, &list),
-                "cannot read rule " + Quoted(name) + inRealm.Where());
-      for (R& rule : TakeRecords(list)) rules.push_back(rule);
+      for (R& rule :
+           ReadList<R>(c, inRealm, "cannot read rule " + Quoted(name) + inRealm.Where(),
+                       [&](R** list) { return GetRules(c.Handle(), inRealm, name, list); })) {
+        rules.push_back(rule);
+      }
     }
   }
   return rules;

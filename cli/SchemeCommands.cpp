@@ -27,15 +27,7 @@ Noun<SchemeRecord> SchemeNoun() {
       FlagField("flag5", "schemeFlag5", &R::schemeFlag5, "Scheme flag 5"),
   };
   noun.columns = {"name", "description"};
-  noun.get = [](PolicyApiSession* h, const Scope&, const std::string& name, R** list) {
-    return Xo_PolicyApi_GetScheme(h, name.c_str(), list);
-  };
-  noun.add = [](PolicyApiSession* h, const Scope&, R& record, uint8_t update) {
-    return Xo_PolicyApi_AddScheme(h, &record, update);
-  };
-  noun.remove = [](PolicyApiSession* h, const Scope&, const std::string& name) {
-    return Xo_PolicyApi_DeleteScheme(h, name.c_str());
-  };
+  UseSystemCalls(noun, Xo_PolicyApi_GetScheme, Xo_PolicyApi_AddScheme, Xo_PolicyApi_DeleteScheme);
   noun.names = GlobalObjectNames(XO_GLOBAL_SCHEMES, "authentication schemes");
   return noun;
 }

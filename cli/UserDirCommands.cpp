@@ -43,15 +43,8 @@ Noun<UserDirRecord> UserDirNoun() {
       TextField("string13", "string13", &R::string13, "Setting 13"),
   };
   noun.columns = {"name", "type", "server", "description"};
-  noun.get = [](PolicyApiSession* h, const Scope&, const std::string& name, R** list) {
-    return Xo_PolicyApi_GetUserDir(h, name.c_str(), list);
-  };
-  noun.add = [](PolicyApiSession* h, const Scope&, R& record, uint8_t update) {
-    return Xo_PolicyApi_CreateUserDir(h, &record, update);
-  };
-  noun.remove = [](PolicyApiSession* h, const Scope&, const std::string& name) {
-    return Xo_PolicyApi_DeleteUserDir(h, name.c_str());
-  };
+  UseSystemCalls(noun, Xo_PolicyApi_GetUserDir, Xo_PolicyApi_CreateUserDir,
+                 Xo_PolicyApi_DeleteUserDir);
   noun.names = GlobalObjectNames(XO_GLOBAL_USER_DIRECTORIES, "user directories");
   return noun;
 }

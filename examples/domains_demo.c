@@ -9,11 +9,7 @@
  * The administrator and password may also come from XO_ADMIN and XO_PASSWORD.
  * The store is the one XO_POLICY_STORE names (or the default store).
  */
-#include <stdio.h>
-#include <stdlib.h>
-#include <string.h>
-
-#include "XoPolicyApi.h"
+#include "demo_common.h"
 
 static const char* const kDomains[][2] = {
     {"Sales", "Customer-facing sales applications"},
@@ -21,15 +17,6 @@ static const char* const kDomains[][2] = {
     {"Support", "Help desk and ticketing"},
 };
 #define DOMAIN_COUNT (sizeof kDomains / sizeof kDomains[0])
-
-/* Reports a failed call; returns nonzero when the call failed. */
-static int failed(const char* what, const char* name, int32_t result) {
-  if (result == XO_OK) return 0;
-  fprintf(stderr, "Could not %s %s: result code %d\n", what, name, (int)result);
-  return 1;
-}
-
-static void copy_text(char* field, const char* text) { snprintf(field, XO_TEXT_FIELD, "%s", text); }
 
 /* Prints every domain with its description and identifier. */
 static int list_domains(PolicyApiSession* session) {
@@ -58,8 +45,8 @@ static int run_demo(PolicyApiSession* session) {
   for (size_t i = 0; i < DOMAIN_COUNT; i++) {
     memset(&added[i], 0, sizeof added[i]);
     added[i].recordType = DomainRecordType;
-    copy_text(added[i].name, kDomains[i][0]);
-    copy_text(added[i].description, kDomains[i][1]);
+    put(added[i].name, kDomains[i][0]);
+    put(added[i].description, kDomains[i][1]);
     if (failed("add domain", added[i].name, Xo_PolicyApi_AddDomain(session, &added[i], 0))) {
       return 1;
     }
@@ -83,34 +70,4 @@ static int run_demo(PolicyApiSession* session) {
   return list_domains(session);
 }
 
-static const char* argument_or_env(int argc, char** argv, int index, const char* variable) {
-  if (argc > index) return argv[index];
-  return getenv(variable);
-}
-
-int main(int argc, char** argv) {
-  const char* admin = argument_or_env(argc, argv, 1, "XO_ADMIN");
-  const char* password = argument_or_env(argc, argv, 2, "XO_PASSWORD");
-  if (admin == NULL || password == NULL) {
-    fprintf(stderr,
-            "usage: %s [ADMIN [PASSWORD]]\n"
-            "Give the administrator and password as arguments or in XO_ADMIN and XO_PASSWORD.\n",
-            argv[0]);
-    return 2;
-  }
-
-  PolicyApiSession* session = NULL;
-  int32_t result = Xo_PolicyApi_Login(&session, NULL, admin, password, "localhost", "", 0);
-  if (result != XO_OK) {
-    fprintf(stderr, "Could not log in as %s: result code %d\n", admin, (int)result);
-    if (session != NULL) Xo_PolicyApi_Logout(session);
-    return 1;
-  }
-  printf("Logged in as %s.\n", admin);
-
-  int status = run_demo(session);
-
-  if (failed("log out", admin, Xo_PolicyApi_Logout(session))) return 1;
-  printf("Logged out.\n");
-  return status;
-}
+int main(int argc, char** argv) { return run_logged_in(argc, argv, run_demo, "Logged out.\n"); }

@@ -14,25 +14,12 @@
  * The store is the one XO_POLICY_STORE names (or the default store). What an
  * earlier run left behind is removed first, so the demo can run again.
  */
-#include <stdio.h>
-#include <stdlib.h>
-#include <string.h>
-
-#include "XoPolicyApi.h"
+#include "demo_common.h"
 
 static const char kDomain[] = "Intranet";
 static const char kAgent[] = "intranet-gateway";
 static const char kScheme[] = "staff-password";
 static const char kAgentType[] = "HTTP Agent";
-
-/* Reports a failed call; returns nonzero when the call failed. */
-static int failed(const char* what, const char* name, int32_t result) {
-  if (result == XO_OK) return 0;
-  fprintf(stderr, "Could not %s %s: result code %d\n", what, name, (int)result);
-  return 1;
-}
-
-static void put(char* field, const char* text) { snprintf(field, XO_TEXT_FIELD, "%s", text); }
 
 /* ---------------------------------------------------------------------- */
 /* Setting up                                                               */
@@ -306,38 +293,16 @@ static int tell(PolicyApiSession* s) {
   return status;
 }
 
-static const char* argument_or_env(int argc, char** argv, int index, const char* variable) {
-  if (argc > index) return argv[index];
-  return getenv(variable);
-}
-
-int main(int argc, char** argv) {
-  const char* admin = argument_or_env(argc, argv, 1, "XO_ADMIN");
-  const char* password = argument_or_env(argc, argv, 2, "XO_PASSWORD");
-  if (admin == NULL || password == NULL) {
-    fprintf(stderr,
-            "usage: %s [ADMIN [PASSWORD]]\n"
-            "Give the administrator and password as arguments or in XO_ADMIN and XO_PASSWORD.\n",
-            argv[0]);
-    return 2;
-  }
-
-  PolicyApiSession* session = NULL;
-  int32_t result = Xo_PolicyApi_Login(&session, NULL, admin, password, "localhost", "", 0);
-  if (result != XO_OK) {
-    fprintf(stderr, "Could not log in as %s: result code %d\n", admin, (int)result);
-    if (session != NULL) Xo_PolicyApi_Logout(session);
-    return 1;
-  }
-  printf("Logged in as %s.\n", admin);
-
+static int run_demo(PolicyApiSession* session) {
   int status = tidy_up(session) || set_up(session);
   if (status == 0) {
     printf("Set up the %s policy. This is what the store now holds:\n\n", kDomain);
     status = tell(session);
   }
-
-  if (failed("log out", admin, Xo_PolicyApi_Logout(session))) return 1;
-  printf("\nLogged out.\n");
   return status;
+}
+
+int main(int argc, char** argv) {
+  /* A blank line sets the goodbye apart from the tale. */
+  return run_logged_in(argc, argv, run_demo, "\nLogged out.\n");
 }

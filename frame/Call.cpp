@@ -20,4 +20,17 @@ int32_t Call::AllowDomain(const std::string& domainName) {
   return CheckManageRight(*session_, domain_);
 }
 
+int32_t Call::OpenSystem(const PolicyApiSession* handle,
+                         std::initializer_list<const void*> required) {
+  if (int32_t rc = Open(handle, required); rc != XO_OK) return rc;
+  return AllowSystem();
+}
+
+int32_t Call::OpenDomain(const PolicyApiSession* handle,
+                         std::initializer_list<const void*> required,
+                         const std::string& domainName) {
+  if (int32_t rc = Open(handle, required); rc != XO_OK) return rc;
+  return AllowDomain(domainName);
+}
+
 }  // namespace xo::frame

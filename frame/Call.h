@@ -23,6 +23,13 @@ class Call {
   // Resolves the domain (its resolver's code on failure) and checks MANAGE on it.
   int32_t AllowDomain(const std::string& domainName);
 
+  // The two openings nearly every call makes: Open, then AllowSystem or
+  // AllowDomain, stopping at the first failure.
+  int32_t OpenSystem(const PolicyApiSession* handle,
+                     std::initializer_list<const void*> required = {});
+  int32_t OpenDomain(const PolicyApiSession* handle, std::initializer_list<const void*> required,
+                     const std::string& domainName);
+
   const CXoAdmSession& Session() const { return *session_; }
   const std::string& Sid() const { return session_->GetSessionID(); }
   // The domain resolved by AllowDomain.

@@ -7,6 +7,7 @@
 
 #include "XoObjStore.h"
 #include "XoPolicyApi.h"
+#include "frame/ExpectedFetches.h"
 #include "frame/Records.h"
 #include "frame/ResultCodes.h"
 
@@ -20,11 +21,19 @@ inline int32_t SearchIds(const std::string& sessionId, const CXoObjBase& templ, 
   return StoreFailed(found) ? MapStoreResult(found) : XO_OK;
 }
 
+// The same for objects matching every filter at once.
+inline int32_t SearchIdsWhere(const std::string& sessionId, const CXoObjBase& templ,
+                              const XoObjSearchFilterList& filters, CXoObjIdArray& hits) {
+  const int32_t found = CXoObjStore::SearchMultiple(templ, hits, filters, sessionId);
+  return StoreFailed(found) ? MapStoreResult(found) : XO_OK;
+}
+
 // Fetches each identifier whole as a Kind and hands the object to `visit`.
 // The first fetch that fails stops the walk with its mapped code, the first
 // visit that answers non-zero with that answer.
 template <class Kind, class Visit>
 int32_t FetchEach(const std::string& sessionId, const CXoObjIdArray& ids, Visit&& visit) {
+  const ExpectedFetches walk(sessionId, ids);
   for (const CXoObjId& id : ids) {
     Kind object(id);
     const int32_t fetched = CXoObjStore::Fetch(object, 0, nullptr, sessionId);

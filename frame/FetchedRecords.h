@@ -7,6 +7,7 @@
 
 #include "XoObjStore.h"
 #include "XoPolicyApi.h"
+#include "frame/FetchEach.h"
 #include "frame/Records.h"
 #include "frame/ResultCodes.h"
 
@@ -20,17 +21,20 @@ namespace xo::frame {
 template <class Kind, class Record, class Fill>
 int32_t FetchedRecords(const std::string& sessionId, const CXoObjIdArray& ids, Fill&& fill,
                        Record** out) {
-  RecordList<Record> records;
-  for (const CXoObjId& id : ids) {
-    Kind object(id);
-    const int32_t fetched = CXoObjStore::Fetch(object, 0, nullptr, sessionId);
-    if (StoreFailed(fetched)) return MapStoreResult(fetched);
-    Record* record = records.Append();
-    if (record == nullptr) return XO_ERR_GENERAL;
-    if (int32_t rc = fill(*record, object); rc != XO_OK) return rc;
-  }
-  records.HandOver(out);
-  return XO_OK;
+  return FilteredRecords<Kind>(
+      sessionId, ids, [](const Kind&) { return true; }, fill, out);
+}
+
+// The search behind most Get functions: the objects of the template's class
+// (within its domain, when the template carries one) whose Name property
+// holds `name`, one record each as above; the mapped store code when the
+// search fails.
+template <class Kind, class Record, class Fill>
+int32_t RecordsByName(const std::string& sessionId, const Kind& templ, const std::string& name,
+                      Fill&& fill, Record** out) {
+  CXoObjIdArray hits;
+  if (int32_t rc = SearchIds(sessionId, templ, Kind::Name, name, hits); rc != XO_OK) return rc;
+  return FetchedRecords<Kind>(sessionId, hits, fill, out);
 }
 
 }  // namespace xo::frame

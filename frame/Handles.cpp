@@ -1,7 +1,11 @@
 #include "frame/Handles.h"
 
+#include <deque>
+#include <new>
 #include <mutex>
 #include <unordered_map>
+
+#include "frame/Memory.h"
 
 namespace xo::frame {
 
@@ -12,7 +16,13 @@ namespace {
 struct Registry {
   std::mutex lock;
   std::unordered_map<const PolicyApiSession*, bool> storeOpened;
+  // Logged-out handles, oldest first, kept from the allocator so that their
+  // addresses cannot come back as new handles until many Logins later.
+  std::deque<PolicyApiSession*> retired;
 };
+
+// A few hundred kilobytes of old handles at the most.
+constexpr size_t kRetiredHandles = 16384;
 
 Registry& TheRegistry() {
   static Registry registry;
@@ -49,6 +59,24 @@ bool IsLiveHandle(const PolicyApiSession* handle) {
   Registry& registry = TheRegistry();
   std::lock_guard guard(registry.lock);
   return registry.storeOpened.count(handle) != 0;
+}
+
+void RetireHandle(PolicyApiSession* handle) {
+  PolicyApiSession* oldest = nullptr;
+  {
+    Registry& registry = TheRegistry();
+    std::lock_guard guard(registry.lock);
+    try {
+      registry.retired.push_back(handle);
+    } catch (const std::bad_alloc&) {
+      oldest = handle;  // no room to keep it: give it back at once
+    }
+    if (oldest == nullptr && registry.retired.size() > kRetiredHandles) {
+      oldest = registry.retired.front();
+      registry.retired.pop_front();
+    }
+  }
+  Free(oldest);
 }
 
 int32_t CheckHandle(const PolicyApiSession* handle, CXoAdmSession*& session) {

@@ -26,6 +26,11 @@ void MarkStoreOpened(PolicyApiSession* handle);
 // Forgets a handle; returns whether its Login had opened the store.
 bool UnregisterHandle(PolicyApiSession* handle);
 bool IsLiveHandle(const PolicyApiSession* handle);
+// Takes back the memory of a handle that Logout has unregistered. Its address
+// is not handed out again by the next Logins: a caller's stale copy of a
+// logged-out handle stays a bad handle instead of naming someone else's
+// session.
+void RetireHandle(PolicyApiSession* handle);
 
 // The check that opens every call: -25 for a handle that is not live or not
 // marked, -1 for one without a session, else 0 with `session` set.

@@ -19,6 +19,15 @@ int32_t FetchIdList(const std::string& sessionId, CXoObjBase& object, uint32_t p
   return XO_OK;
 }
 
+int32_t KeepStoredIdList(const std::string& sessionId, CXoObjBase& object, uint32_t prop) {
+  CXoObjIdArray ids;
+  if (int32_t rc = FetchIdList(sessionId, object, prop, ids, AbsentList::IsEmpty); rc != XO_OK) {
+    return rc;
+  }
+  object.Set(prop, ids);
+  return XO_OK;
+}
+
 int32_t FetchText(const std::string& sessionId, CXoObjBase& object, uint32_t prop,
                   std::string& text) {
   XoPropValue value;

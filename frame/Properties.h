@@ -16,6 +16,11 @@ enum class AbsentList { IsEmpty, IsFailure };
 int32_t FetchIdList(const std::string& sessionId, CXoObjBase& object, uint32_t prop,
                     CXoObjIdArray& ids, AbsentList absent);
 
+// For an update, which rewrites the stored object whole: the object takes
+// over the stored value of an identifier-list property that other calls
+// maintain (read as with AbsentList::IsEmpty). 0 or the mapped store code.
+int32_t KeepStoredIdList(const std::string& sessionId, CXoObjBase& object, uint32_t prop);
+
 // Reads a text property: 0 or the mapped store code.
 int32_t FetchText(const std::string& sessionId, CXoObjBase& object, uint32_t prop,
                   std::string& text);

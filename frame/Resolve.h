@@ -12,6 +12,11 @@
 
 namespace xo::frame {
 
+// The shapes of the resolvers below, for steps that take one.
+using SystemResolver = int32_t (*)(const CXoAdmSession& s, const std::string& name, CXoObjId& id);
+using DomainResolver = int32_t (*)(const CXoAdmSession& s, const std::string& name,
+                                   const CXoObjId& domain, CXoObjId& id);
+
 // System-wide kinds.
 int32_t ResolveDomain(const CXoAdmSession& s, const std::string& name, CXoObjId& id);     // -9
 int32_t ResolveAdmin(const CXoAdmSession& s, const std::string& name, CXoObjId& id);      // -23

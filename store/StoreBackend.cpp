@@ -8,6 +8,8 @@ namespace xo::store {
 
 IStoreBackend::~IStoreBackend() = default;
 
+void IStoreBackend::ExpectFetches(const CXoObjIdArray&, const std::string&) {}
+
 StoreLocation ResolveLocation(const std::string& uri) {
   std::string value = uri.empty() ? platform::GetEnv("XO_POLICY_STORE") : uri;
   if (value.empty()) return {"sqlite", platform::UserDataDir() + "/xo-policy/policy.db"};

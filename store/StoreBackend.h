@@ -82,6 +82,11 @@ class IStoreBackend {
   virtual int32_t SaveProperty(const CXoObjId& id, uint32_t prop, const XoPropValue& value,
                                const std::string& sessionId) = 0;
 
+  // See CXoObjStore::ExpectFetches. Reading ahead is the backend's own
+  // business: a backend (or a wrapper) that ignores the hint reads each
+  // object when it is fetched.
+  virtual void ExpectFetches(const CXoObjIdArray& ids, const std::string& sessionId);
+
   // A transaction spanning several operations of one session.
   virtual int32_t BeginTransaction(const std::string& sessionId) = 0;
   virtual int32_t CommitTransaction(const std::string& sessionId) = 0;

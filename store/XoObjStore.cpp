@@ -155,6 +155,10 @@ int32_t CXoObjStore::CommitTransaction(const std::string& sessionId) {
   return backend->CommitTransaction(sessionId);
 }
 
+void CXoObjStore::ExpectFetches(const CXoObjIdArray& ids, const std::string& sessionId) {
+  if (IStoreBackend* backend = Backend()) backend->ExpectFetches(ids, sessionId);
+}
+
 int32_t CXoObjStore::RollbackTransaction(const std::string& sessionId) {
   XO_REQUIRE_BACKEND();
   return backend->RollbackTransaction(sessionId);

@@ -46,6 +46,11 @@ class CXoObjStore {
   static int32_t SaveProperty(const CXoObjId& id, uint32_t prop, const XoPropValue& value,
                               const std::string& sessionId);
 
+  // A hint before fetching many objects one by one, in this order: the store
+  // may read them ahead in larger pieces. An empty list ends the hint; so
+  // does any change the session makes.
+  static void ExpectFetches(const CXoObjIdArray& ids, const std::string& sessionId);
+
   // Groups the following operations of the session into one transaction.
   static int32_t BeginTransaction(const std::string& sessionId);
   static int32_t CommitTransaction(const std::string& sessionId);

@@ -11,6 +11,7 @@
 #include <unordered_map>
 
 #include "XoObjId.h"
+#include "sqlite/ReadAhead.h"
 
 namespace xo::store::sqlite {
 
@@ -82,6 +83,9 @@ class Connection {
   void CommitSessionTransaction();
   void RollbackSessionTransaction();
   bool InSessionTransaction() const { return sessionTransaction_; }
+
+  // Rows read ahead for the session's current walk over many objects.
+  ReadAhead readAhead;
 
   // Who works on this connection, for the audit trail.
   std::string adminName;

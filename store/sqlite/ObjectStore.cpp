@@ -8,6 +8,7 @@
 
 #include "XoStoreCodes.h"
 #include "platform/Clock.h"
+#include "sqlite/ReadAhead.h"
 
 namespace xo::store::sqlite {
 namespace {
@@ -177,6 +178,38 @@ void ObjectStore::Load(CXoObjBase& object) {
   select->Bind(1, oid.GetOidString());
   if (!select->Step()) Fail(kNotFound);
   ReadColumns(*select, sql, object);
+}
+
+std::vector<std::unique_ptr<CXoObjBase>> ObjectStore::LoadMany(
+    int32_t cls, const std::vector<std::string>& oids) {
+  const ClassSql& sql = Sql(cls);
+  // One statement per class: the identifiers are bound to a fixed number of
+  // parameters, the unused ones to NULL, which matches nothing.
+  static const std::string kParameters = [] {
+    std::string list;
+    for (size_t i = 1; i <= ReadAhead::kChunk; ++i)
+      list += (i > 1 ? ", ?" : "?") + std::to_string(i);
+    return list;
+  }();
+  Use select(db_.Prepare(sql.selectMany + " WHERE oid IN (" + kParameters + ")"));
+  for (size_t i = 0; i < ReadAhead::kChunk; ++i) {
+    if (i < oids.size()) {
+      select->Bind(static_cast<int>(i + 1), oids[i]);
+    } else {
+      select->BindNull(static_cast<int>(i + 1));
+    }
+  }
+  const int oidColumn =
+      static_cast<int>((sql.columns.empty() ? 1 : sql.columns.size()) + sql.lists.size());
+  std::vector<std::unique_ptr<CXoObjBase>> objects;
+  while (select->Step()) {
+    std::unique_ptr<CXoObjBase> object(
+        CXoObjDictProp::MakeObject(CXoObjId(select->Text(oidColumn))));
+    if (!object || object->GetClass() != cls) Fail(kInternal);
+    ReadColumns(*select, sql, *object);
+    objects.push_back(std::move(object));
+  }
+  return objects;
 }
 
 void ObjectStore::ValidateReference(const XoPropDef& def, const CXoObjId& id) {

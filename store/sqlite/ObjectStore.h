@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -25,6 +26,10 @@ class ObjectStore {
   bool Exists(const CXoObjId& id);
   // Fills the object named by its identifier; kNotFound when there is none.
   void Load(CXoObjBase& object);
+  // Reads the objects of one class named by the identifiers, in one query;
+  // those no longer in the store are left out.
+  std::vector<std::unique_ptr<CXoObjBase>> LoadMany(int32_t cls,
+                                                    const std::vector<std::string>& oids);
   // Validates and writes the whole object, with the name rules of its class.
   void Save(CXoObjBase& object, bool overwrite);
   // Deletes the object and everything it owns.

@@ -58,6 +58,7 @@ std::unique_ptr<ClassSql> BuildClassSql(const CXoObjDictProp& dict) {
   if (sql->columns.empty()) select += "oid";
   for (const XoPropDef* def : sql->lists) select += ", " + ListColumn(dict, *def);
   sql->selectByOid = select + " FROM " + table + " WHERE oid = ?1";
+  sql->selectMany = select + ", oid FROM " + table;
   sql->insert = "INSERT INTO " + table + " (" + insertColumns + ") VALUES (" + insertValues + ")";
   sql->update = assignments.empty() ? "UPDATE " + table + " SET oid = oid WHERE oid = ?1"
                                     : "UPDATE " + table + " SET " + assignments + " WHERE oid = ?1";

@@ -22,6 +22,7 @@ struct ClassSql {
   std::vector<const XoPropDef*> columns;  // column properties, in property order
   std::vector<const XoPropDef*> lists;    // stored and inverse lists read with the row
   std::string selectByOid;                // columns, then one text per list
+  std::string selectMany;                 // the same and the oid, for "WHERE oid IN (...)"
   std::string insert;                     // ?1 oid, then the columns
   std::string update;                     // ?1 oid, then the columns
   std::string exists;

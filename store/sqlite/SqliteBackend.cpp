@@ -29,7 +29,10 @@ template <typename Work>
 int32_t Run(Connection* connection, Mode mode, Work work) {
   if (!connection) return kNoSession;
   try {
-    if (mode == Mode::Write) connection->BeginWrite();
+    if (mode == Mode::Write) {
+      connection->readAhead.Clear();  // what was read ahead may be about to change
+      connection->BeginWrite();
+    }
     if (mode == Mode::Read) connection->BeginRead();
     ObjectStore store(*connection);
     work(store);
@@ -240,8 +243,12 @@ int32_t SqliteBackend::FetchWithoutSession(CXoObjBase& object) {
 int32_t SqliteBackend::Fetch(CXoObjBase& object, uint32_t prop, const XoPropValue* value,
                              const std::string& sessionId) {
   if (prop == 0 && !value) {
-    return Run(SessionConnection(sessionId), Mode::Single,
-               [&](ObjectStore& store) { store.Load(object); });
+    Connection* connection = SessionConnection(sessionId);
+    return Run(connection, Mode::Single, [&](ObjectStore& store) {
+      if (!connection->readAhead.Active() || !connection->readAhead.Serve(object, store)) {
+        store.Load(object);
+      }
+    });
   }
   return Run(SessionConnection(sessionId), Mode::Read, [&](ObjectStore& store) {
     if (!value) throw StoreError{kInvalidArgument};
@@ -296,8 +303,36 @@ int32_t SqliteBackend::InvalidateCache(const CXoObjId& id, const CXoObjId& scope
 
 int32_t SqliteBackend::FetchProperty(CXoObjBase& object, uint32_t prop, XoPropValue& out,
                                      const std::string& sessionId) {
-  return Run(SessionConnection(sessionId), Mode::Read,
+  Connection* connection = SessionConnection(sessionId);
+  if (connection && connection->readAhead.Active()) {
+    // A walk reading one column of each object (a name) takes it from the
+    // row read ahead.
+    const XoPropDef* def = object.Dict().Find(prop);
+    if (def && def->storage == XoPropStorage::Column) {
+      CXoObjBase row(object.GetClass(), object.GetOid());
+      bool served = false;
+      const int32_t result = Run(connection, Mode::Single, [&](ObjectStore& store) {
+        served = connection->readAhead.Serve(row, store);
+      });
+      if (result != kOk) return result;
+      if (served) {
+        out = row.Get(prop);
+        return kOk;
+      }
+    }
+  }
+  return Run(connection, Mode::Read,
              [&](ObjectStore& store) { out = store.ReadProperty(object, prop); });
+}
+
+void SqliteBackend::ExpectFetches(const CXoObjIdArray& ids, const std::string& sessionId) {
+  if (Connection* connection = SessionConnection(sessionId)) {
+    try {
+      connection->readAhead.Expect(ids);
+    } catch (const std::bad_alloc&) {
+      connection->readAhead.Clear();  // no room to read ahead: read as fetched
+    }
+  }
 }
 
 int32_t SqliteBackend::SaveProperty(const CXoObjId& id, uint32_t prop, const XoPropValue& value,
@@ -308,20 +343,26 @@ int32_t SqliteBackend::SaveProperty(const CXoObjId& id, uint32_t prop, const XoP
 
 int32_t SqliteBackend::BeginTransaction(const std::string& sessionId) {
   Connection* connection = SessionConnection(sessionId);
-  return Run(connection, Mode::Single,
-             [&](ObjectStore&) { connection->BeginSessionTransaction(); });
+  return Run(connection, Mode::Single, [&](ObjectStore&) {
+    connection->readAhead.Clear();
+    connection->BeginSessionTransaction();
+  });
 }
 
 int32_t SqliteBackend::CommitTransaction(const std::string& sessionId) {
   Connection* connection = SessionConnection(sessionId);
-  return Run(connection, Mode::Single,
-             [&](ObjectStore&) { connection->CommitSessionTransaction(); });
+  return Run(connection, Mode::Single, [&](ObjectStore&) {
+    connection->readAhead.Clear();
+    connection->CommitSessionTransaction();
+  });
 }
 
 int32_t SqliteBackend::RollbackTransaction(const std::string& sessionId) {
   Connection* connection = SessionConnection(sessionId);
-  return Run(connection, Mode::Single,
-             [&](ObjectStore&) { connection->RollbackSessionTransaction(); });
+  return Run(connection, Mode::Single, [&](ObjectStore&) {
+    connection->readAhead.Clear();
+    connection->RollbackSessionTransaction();
+  });
 }
 
 int32_t SqliteBackend::ReadSetting(const std::string& key, std::string& value) {

@@ -42,6 +42,8 @@ class SqliteBackend : public IStoreBackend {
   int32_t SaveProperty(const CXoObjId& id, uint32_t prop, const XoPropValue& value,
                        const std::string& sessionId) override;
 
+  void ExpectFetches(const CXoObjIdArray& ids, const std::string& sessionId) override;
+
   int32_t BeginTransaction(const std::string& sessionId) override;
   int32_t CommitTransaction(const std::string& sessionId) override;
   int32_t RollbackTransaction(const std::string& sessionId) override;

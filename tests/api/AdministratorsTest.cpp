@@ -217,34 +217,25 @@ TEST_F(AdministratorsTest, StoreFailuresAreMappedAndChangeNothing) {
   AdminRecord bound = Record("dana");
   std::strcpy(bound.userDirName, "corporate");
   std::strcpy(bound.schemeName, "tokens");
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return Xo_PolicyApi_AddAdmin(handle_, &bound, 0); },
-                expect({XO_ERR_USERDIR_SEARCH, XO_ERR_SCHEME_SEARCH})),
+  EXPECT_EQ(SweepBusy([&] { return Xo_PolicyApi_AddAdmin(handle_, &bound, 0); },
+                      expect({XO_ERR_USERDIR_SEARCH, XO_ERR_SCHEME_SEARCH})),
             4);
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return Xo_PolicyApi_AddAdmin(handle_, &bound, 1); },
-                expect({XO_ERR_USERDIR_SEARCH, XO_ERR_SCHEME_SEARCH, kAbsorbed})),
+  EXPECT_EQ(SweepBusy([&] { return Xo_PolicyApi_AddAdmin(handle_, &bound, 1); },
+                      expect({XO_ERR_USERDIR_SEARCH, XO_ERR_SCHEME_SEARCH, kAbsorbed})),
             6);
   // An absent domain list is an empty one: the update goes on.
   Faults().FailAt(StoreOp::FetchProperty, 1, kPropertyAbsent);
   EXPECT_EQ(Xo_PolicyApi_AddAdmin(handle_, &bound, 1), 0);
   // The directory's and the scheme's names are read back by fetching them.
   std::vector<AdminRecord> found;
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return Get("dana", found); }, expect({})),
-            5);
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return Join("dana"); },
-                expect({XO_ERR_DOMAIN_SEARCH, XO_ERR_ADMIN_SEARCH})),
-            5);
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return Leave("dana"); },
-                expect({XO_ERR_DOMAIN_SEARCH, XO_ERR_ADMIN_SEARCH})),
-            5);
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return Xo_PolicyApi_DeleteAdmin(handle_, "dana"); },
-                expect({})),
-            3);
+  EXPECT_EQ(SweepBusy([&] { return Get("dana", found); }, expect({})), 5);
+  EXPECT_EQ(
+      SweepBusy([&] { return Join("dana"); }, expect({XO_ERR_DOMAIN_SEARCH, XO_ERR_ADMIN_SEARCH})),
+      5);
+  EXPECT_EQ(
+      SweepBusy([&] { return Leave("dana"); }, expect({XO_ERR_DOMAIN_SEARCH, XO_ERR_ADMIN_SEARCH})),
+      5);
+  EXPECT_EQ(SweepBusy([&] { return Xo_PolicyApi_DeleteAdmin(handle_, "dana"); }, expect({})), 3);
 }
 
 TEST_F(AdministratorsTest, AllocationFailuresHandOutNoHalfList) {

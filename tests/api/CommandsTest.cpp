@@ -69,8 +69,7 @@ TEST_F(CommandsTest, RenameRefusesIdentifiersOfNoClassBeforeLookingAtTheHandle) 
 
 TEST_F(CommandsTest, RenameStoreFailuresAreMapped) {
   const CXoObjId domain = Store().Domain("sales");
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy,
+  EXPECT_EQ(SweepBusy(
                 [&] {
                   return Xo_PolicyApi_RenameObject(handle_, domain.GetOidString().c_str(),
                                                    "marketing");
@@ -113,11 +112,10 @@ TEST_F(CommandsTest, EachCommandNeedsItsOwnRight) {
 }
 
 TEST_F(CommandsTest, CommandStoreFailuresAreMapped) {
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return Command(handle_, 2, "x"); },
-                [](StoreOp op, int) {
-                  return op == StoreOp::ReadRights ? XO_ERR_GENERAL : Mapped(kBusy);
-                }),
+  EXPECT_EQ(SweepBusy([&] { return Command(handle_, 2, "x"); },
+                      [](StoreOp op, int) {
+                        return op == StoreOp::ReadRights ? XO_ERR_GENERAL : Mapped(kBusy);
+                      }),
             2);
 }
 

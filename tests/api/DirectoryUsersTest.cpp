@@ -175,21 +175,18 @@ TEST_F(DirectoryUsersTest, StoreFailuresAreMappedOrReportedByTheDirectory) {
   const auto byDirectory = [](StoreOp op, int n) {
     return op == StoreOp::Search && n == 1 ? XO_ERR_USERDIR_SEARCH : XO_ERR_GENERAL;
   };
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy,
+  EXPECT_EQ(SweepBusy(
                 [&] {
                   return Xo_PolicyApi_SetDisableUserState(handle_, "hr", "users/bob",
                                                           Xo_Api_DisabledByAdmin, nullptr);
                 },
                 byDirectory),
             4);
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy,
-                [&] { return Xo_PolicyApi_SetPassword(handle_, "hr", "users/bob", "pw", nullptr); },
+  EXPECT_EQ(
+      SweepBusy([&] { return Xo_PolicyApi_SetPassword(handle_, "hr", "users/bob", "pw", nullptr); },
                 byDirectory),
-            4);
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy,
+      4);
+  EXPECT_EQ(SweepBusy(
                 [&] {
                   Xo_Api_DisabledReason_t reason;
                   return Xo_PolicyApi_GetDisableUserState(handle_, "hr", "users/bob", &reason,
@@ -197,23 +194,20 @@ TEST_F(DirectoryUsersTest, StoreFailuresAreMappedOrReportedByTheDirectory) {
                 },
                 byDirectory),
             4);
-  EXPECT_EQ(
-      SweepStoreFailures(
-          StoreOp::Any, kBusy, [&] { return Xo_PolicyApi_FlushUser(handle_, "hr", "users/bob"); },
-          [&](StoreOp op, int n) {
-            return op == StoreOp::Save ? Mapped(kBusy) : byDirectory(op, n);
-          }),
-      3);
+  EXPECT_EQ(SweepBusy([&] { return Xo_PolicyApi_FlushUser(handle_, "hr", "users/bob"); },
+                      [&](StoreOp op, int n) {
+                        return op == StoreOp::Save ? Mapped(kBusy) : byDirectory(op, n);
+                      }),
+            3);
   // The query scheme read for the listing failing is a directory that
   // cannot be read: an empty listing.
   std::vector<UserEntryRecord> found;
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return Contents("hr", found); },
-                [](StoreOp op, int) {
-                  if (op == StoreOp::ReadRights) return XO_ERR_GENERAL;
-                  if (op == StoreOp::Search) return XO_ERR_USERDIR_SEARCH;
-                  return op == StoreOp::FetchWithoutSession ? XO_OK : Mapped(kBusy);
-                }),
+  EXPECT_EQ(SweepBusy([&] { return Contents("hr", found); },
+                      [](StoreOp op, int) {
+                        if (op == StoreOp::ReadRights) return XO_ERR_GENERAL;
+                        if (op == StoreOp::Search) return XO_ERR_USERDIR_SEARCH;
+                        return op == StoreOp::FetchWithoutSession ? XO_OK : Mapped(kBusy);
+                      }),
             4);
 }
 

@@ -6,35 +6,19 @@
 
 #include "XoStoreCodes.h"
 #include "support/ApiTest.h"
+#include "support/Records.h"
 
 namespace xo::test {
 namespace {
 
-using xo::store::kBusy;
 using xo::store::kNameTaken;
 using xo::store::kNotFound;
 
 DomainRecord Record(const std::string& name, const std::string& description = "") {
-  DomainRecord record;
-  std::memset(&record, 0, sizeof record);
-  std::strcpy(record.name, name.c_str());
-  std::strcpy(record.description, description.c_str());
+  DomainRecord record = Zeroed<DomainRecord>();
+  Put(record.name, name);
+  Put(record.description, description);
   return record;
-}
-
-// A returned record as it must be, byte for byte.
-DomainRecord Returned(const std::string& oid, const std::string& name,
-                      const std::string& description) {
-  DomainRecord record = Record(name, description);
-  record.recordType = DomainRecordType;
-  std::strcpy(record.objectId, oid.c_str());
-  return record;
-}
-
-std::vector<std::string> Names(char** names) {
-  std::vector<std::string> result;
-  for (char** slot = names; slot != nullptr && *slot != nullptr; ++slot) result.push_back(*slot);
-  return result;
 }
 
 class DomainsTest : public ApiTest {
@@ -48,22 +32,13 @@ class DomainsTest : public ApiTest {
   std::vector<DomainRecord> GetDomain(const std::string& name, int32_t expected = 0) {
     DomainRecord* list = nullptr;
     EXPECT_EQ(Xo_PolicyApi_GetDomain(handle_, name.c_str(), &list), expected);
-    std::vector<DomainRecord> records;
-    for (DomainRecord* record = list; record != nullptr; record = record->next) {
-      records.push_back(*record);
-      records.back().next = nullptr;
-    }
-    EXPECT_EQ(Xo_PolicyApi_FreeMemory(list), 0);
-    return records;
+    return Collect(list);
   }
 
   int32_t ObjectNames(const std::string& domain, uint32_t kind, std::vector<std::string>& out) {
     char** names = nullptr;
     const int32_t result = Xo_PolicyApi_GetDomainObjectNames(handle_, domain.c_str(), kind, &names);
     out = Names(names);
-    if (names != nullptr) {
-      EXPECT_EQ(Xo_PolicyApi_FreeStringArray(names), 0);
-    }
     return result;
   }
 };
@@ -76,8 +51,10 @@ TEST_F(DomainsTest, AddedDomainReadsBackByteForByte) {
 
   const std::vector<DomainRecord> found = GetDomain("sales");
   ASSERT_EQ(found.size(), 1u);
-  const DomainRecord expected = Returned(oid, "sales", "the sales team");
-  EXPECT_EQ(std::memcmp(&found[0], &expected, sizeof expected), 0);
+  DomainRecord expected = Record("sales", "the sales team");
+  expected.recordType = DomainRecordType;
+  Put(expected.objectId, oid);
+  EXPECT_TRUE(SameBytes(found[0], expected));
 }
 
 TEST_F(DomainsTest, TakenNameIsRefusedAndTheRecordLeftAsItWas) {
@@ -229,54 +206,31 @@ TEST_F(DomainsTest, ObjectNamesHandOutWhatWasReadWhenAnEntryFails) {
 }
 
 TEST_F(DomainsTest, StoreFailuresAreMappedAndChangeNothing) {
-  const auto rightsOrMapped = [](StoreOp op, int) {
-    return op == StoreOp::ReadRights ? XO_ERR_GENERAL : Mapped(kBusy);
-  };
   DomainRecord record = Record("sales");
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return Xo_PolicyApi_AddDomain(handle_, &record, 0); },
-                rightsOrMapped),
-            2);
-
+  EXPECT_EQ(SweepBusy([&] { return Xo_PolicyApi_AddDomain(handle_, &record, 0); }), 2);
   // With the update flag, a failed look-up of the name is not an error.
   DomainRecord update = Record("sales", "changed");
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return Xo_PolicyApi_AddDomain(handle_, &update, 1); },
-                [&](StoreOp op, int n) {
-                  return op == StoreOp::Search ? kAbsorbed : rightsOrMapped(op, n);
-                }),
+  EXPECT_EQ(SweepBusy([&] { return Xo_PolicyApi_AddDomain(handle_, &update, 1); },
+                      {{StoreOp::Search, 0, kAbsorbed}}),
             5);
 
   const CXoObjId domain = CXoObjId(std::string(record.objectId));
   Duplicate(Store().Domain("twin"));
   Store().Rule(domain, Store().Realm(domain, "web"), "get");
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy,
-                [&] {
-                  DomainRecord* list = nullptr;
-                  const int32_t rc = Xo_PolicyApi_GetDomain(handle_, "twin", &list);
-                  EXPECT_EQ(list == nullptr, rc != 0);
-                  Xo_PolicyApi_FreeMemory(list);
-                  return rc;
-                },
-                rightsOrMapped),
+  EXPECT_EQ(SweepBusy([&] {
+              DomainRecord* list = nullptr;
+              const int32_t rc = Xo_PolicyApi_GetDomain(handle_, "twin", &list);
+              EXPECT_EQ(list == nullptr, rc != 0);
+              Xo_PolicyApi_FreeMemory(list);
+              return rc;
+            }),
             4);
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy,
-                [&] {
-                  std::vector<std::string> ignored;
-                  return ObjectNames("sales", XO_DOMAIN_RULES, ignored);
-                },
-                [&](StoreOp op, int n) {
-                  return op == StoreOp::Search ? XO_ERR_DOMAIN_SEARCH : rightsOrMapped(op, n);
-                }),
+  std::vector<std::string> ignored;
+  EXPECT_EQ(SweepBusy([&] { return ObjectNames("sales", XO_DOMAIN_RULES, ignored); },
+                      {{StoreOp::Search, 0, XO_ERR_DOMAIN_SEARCH}}),
             4);
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return Xo_PolicyApi_DeleteDomain(handle_, "sales"); },
-                [&](StoreOp op, int n) {
-                  return op == StoreOp::Search && n == 1 ? XO_ERR_DOMAIN_SEARCH
-                                                         : rightsOrMapped(op, n);
-                }),
+  EXPECT_EQ(SweepBusy([&] { return Xo_PolicyApi_DeleteDomain(handle_, "sales"); },
+                      {{StoreOp::Search, 1, XO_ERR_DOMAIN_SEARCH}}),
             4);
   EXPECT_FALSE(Store().Exists(domain));
 }
@@ -287,30 +241,16 @@ TEST_F(DomainsTest, AllocationFailuresHandOutNoHalfList) {
   const CXoObjId realm = Store().Realm(domain, "web");
   Store().Rule(domain, realm, "get");
   Store().Rule(domain, realm, "post");
-  DomainRecord* untouched = reinterpret_cast<DomainRecord*>(this);
-  EXPECT_EQ(SweepAllocationFailures(
-                [&] {
-                  DomainRecord* list = untouched;
-                  const int32_t rc = Xo_PolicyApi_GetDomain(handle_, "twin", &list);
-                  if (rc == 0) {
-                    Xo_PolicyApi_FreeMemory(list);
-                  } else {
-                    EXPECT_EQ(list, untouched);
-                  }
-                  return rc;
-                },
-                XO_ERR_GENERAL),
+  EXPECT_EQ(SweepListAllocations<DomainRecord>(
+                [&](DomainRecord** list) { return Xo_PolicyApi_GetDomain(handle_, "twin", list); }),
             2);
   // The array, then each name; once the array exists it is handed out.
   const CXoObjId sales = Store().Domain("sales");
   Store().Rule(sales, Store().Realm(sales, "web"), "get");
   Store().Rule(sales, Store().Realm(sales, "mail"), "post");
-  EXPECT_EQ(SweepAllocationFailures(
-                [&] {
-                  std::vector<std::string> ignored;
-                  return ObjectNames("sales", XO_DOMAIN_RULES, ignored);
-                },
-                XO_ERR_GENERAL),
+  std::vector<std::string> ignored;
+  EXPECT_EQ(SweepAllocationFailures([&] { return ObjectNames("sales", XO_DOMAIN_RULES, ignored); },
+                                    XO_ERR_GENERAL),
             3);
 }
 

@@ -12,6 +12,7 @@
 
 #include "XoStoreCodes.h"
 #include "support/ApiTest.h"
+#include "support/Records.h"
 
 namespace xo::test {
 namespace {
@@ -34,55 +35,21 @@ constexpr RealmPlan kRealms[] = {{"site", "", kAgent},
                                  {"hr", "apps", kAgentGroup},
                                  {"docs", "site", kAgent}};
 
-template <size_t N>
-void Put(char (&field)[N], const std::string& text) {
-  std::snprintf(field, N, "%s", text.c_str());
-}
-
-template <class Record>
-Record Zeroed() {
-  Record record;
-  std::memset(&record, 0, sizeof record);
-  return record;
-}
-
-// The records of a returned list, copied byte for byte with their next
-// pointers cleared; the list is freed.
-template <class Record>
-std::vector<Record> Collect(Record* list) {
-  std::vector<Record> records;
-  for (Record* record = list; record != nullptr; record = record->next) {
-    records.push_back(Zeroed<Record>());
-    std::memcpy(&records.back(), record, sizeof *record);
-    records.back().next = nullptr;
-  }
-  EXPECT_EQ(Xo_PolicyApi_FreeMemory(list), 0);
-  return records;
-}
-
-// Compares a returned record with the expected one byte for byte; the
-// identifier, which some Add functions do not hand back, is taken over from
-// the returned record once its class is checked.
-template <class Record>
-void ExpectRecord(const Record& returned, Record expected, XoObjId_Class cls, const char* what) {
-  EXPECT_EQ(CXoObjId::ClassOf(returned.objectId), cls) << what;
-  if (expected.objectId[0] == '\0') Put(expected.objectId, returned.objectId);
-  EXPECT_EQ(std::memcmp(&returned, &expected, sizeof expected), 0) << what;
-}
-
 std::string PageName(int i) {
   char name[16];
   std::snprintf(name, sizeof name, "page-%02d", i);
   return name;
 }
 
-std::vector<std::string> Names(char** names) {
-  std::vector<std::string> result;
-  for (char** slot = names; slot != nullptr && *slot != nullptr; ++slot) result.push_back(*slot);
-  if (names != nullptr) {
-    EXPECT_EQ(Xo_PolicyApi_FreeStringArray(names), 0);
-  }
-  return result;
+// Reads one object back through `get`, which must find exactly one, and
+// compares it with the expected record.
+template <class Record, class Get>
+void ExpectOne(Get&& get, const Record& expected, XoObjId_Class cls, const std::string& what) {
+  Record* list = nullptr;
+  ASSERT_EQ(get(&list), 0) << what;
+  const std::vector<Record> found = Collect(list);
+  ASSERT_EQ(found.size(), 1u) << what;
+  ExpectRecord(found[0], expected, cls, what);
 }
 
 class EndToEndTest : public ApiTest {
@@ -291,17 +258,10 @@ class EndToEndTest : public ApiTest {
   }
 
   void CheckSystemObjects() {
-    AgentRecord* agents = nullptr;
-    ASSERT_EQ(Xo_PolicyApi_GetAgent(handle_, kAgent, &agents), 0);
-    const std::vector<AgentRecord> agent = Collect(agents);
-    ASSERT_EQ(agent.size(), 1u);
-    ExpectRecord(agent[0], agent_, XoObjId_Device, "agent");
-
-    SchemeRecord* schemes = nullptr;
-    ASSERT_EQ(Xo_PolicyApi_GetScheme(handle_, kScheme, &schemes), 0);
-    const std::vector<SchemeRecord> scheme = Collect(schemes);
-    ASSERT_EQ(scheme.size(), 1u);
-    ExpectRecord(scheme[0], scheme_, XoObjId_Scheme, "scheme");
+    ExpectOne([&](AgentRecord** l) { return Xo_PolicyApi_GetAgent(handle_, kAgent, l); }, agent_,
+              XoObjId_Device, "agent");
+    ExpectOne([&](SchemeRecord** l) { return Xo_PolicyApi_GetScheme(handle_, kScheme, l); },
+              scheme_, XoObjId_Scheme, "scheme");
     EXPECT_EQ(Members(XO_GROUP_AGENT, kAgentGroup, nullptr), std::vector<std::string>{kAgent});
   }
 
@@ -309,22 +269,23 @@ class EndToEndTest : public ApiTest {
     std::vector<std::string> realmNames, ruleNames;
     for (const RealmRecord& expected : realms_) {
       realmNames.push_back(expected.name);
-      RealmRecord* list = nullptr;
-      ASSERT_EQ(Xo_PolicyApi_GetRealm(handle_, expected.name, kDomain, &list), 0);
-      const std::vector<RealmRecord> found = Collect(list);
-      ASSERT_EQ(found.size(), 1u) << expected.name;
-      ExpectRecord(found[0], expected, XoObjId_Realm, expected.name);
+      ExpectOne(
+          [&](RealmRecord** l) {
+            return Xo_PolicyApi_GetRealm(handle_, expected.name, kDomain, l);
+          },
+          expected, XoObjId_Realm, expected.name);
     }
     EXPECT_EQ(DomainNames(XO_DOMAIN_REALMS), realmNames);
 
     for (const RealmPlan& plan : kRealms) {
       for (int i = 0; i < kRulesPerRealm; ++i) {
-        ruleNames.push_back(PageName(i));
-        RuleRecord* list = nullptr;
-        ASSERT_EQ(Xo_PolicyApi_GetRule(handle_, PageName(i).c_str(), plan.name, kDomain, &list), 0);
-        const std::vector<RuleRecord> found = Collect(list);
-        ASSERT_EQ(found.size(), 1u) << plan.name << " " << i;
-        ExpectRecord(found[0], rules_[{plan.name, PageName(i)}], XoObjId_Rule, plan.name);
+        const std::string rule = PageName(i);
+        ruleNames.push_back(rule);
+        ExpectOne(
+            [&](RuleRecord** l) {
+              return Xo_PolicyApi_GetRule(handle_, rule.c_str(), plan.name, kDomain, l);
+            },
+            rules_[{plan.name, rule}], XoObjId_Rule, plan.name + (" " + rule));
       }
     }
     EXPECT_EQ(DomainNames(XO_DOMAIN_RULES), ruleNames);
@@ -335,11 +296,11 @@ class EndToEndTest : public ApiTest {
     std::vector<std::string> names;
     for (const GroupRecord& expected : groups) {
       names.push_back(expected.name);
-      GroupRecord* list = nullptr;
-      ASSERT_EQ(Xo_PolicyApi_GetGroup(handle_, type, expected.name, kDomain, &list), 0);
-      const std::vector<GroupRecord> found = Collect(list);
-      ASSERT_EQ(found.size(), 1u) << expected.name;
-      ExpectRecord(found[0], expected, cls, expected.name);
+      ExpectOne(
+          [&](GroupRecord** l) {
+            return Xo_PolicyApi_GetGroup(handle_, type, expected.name, kDomain, l);
+          },
+          expected, cls, expected.name);
       uint8_t isGroup = 0;
       EXPECT_EQ(Xo_PolicyApi_IsGroup(handle_, type, expected.name, kDomain, &isGroup), 0);
       EXPECT_EQ(isGroup, 1);
@@ -362,48 +323,51 @@ class EndToEndTest : public ApiTest {
     EXPECT_EQ(Members(XO_GROUP_RESPONSE, "tracking"), std::vector<std::string>{"audit-header"});
   }
 
-  void CheckResponses() {
+  // Each parent read back, and the list of its children, record by record.
+  template <class Parent, class Child, class GetParent, class GetChildren>
+  void CheckParents(const std::vector<Parent>& parents,
+                    std::map<std::string, std::vector<Child>>& children, GetParent&& getParent,
+                    GetChildren&& getChildren, XoObjId_Class parentClass, XoObjId_Class childClass,
+                    uint32_t kind) {
     std::vector<std::string> names;
-    for (const ResponseRecord& expected : responses_) {
+    for (const Parent& expected : parents) {
       names.push_back(expected.name);
-      ResponseRecord* list = nullptr;
-      ASSERT_EQ(Xo_PolicyApi_GetResponse(handle_, expected.name, kDomain, &list), 0);
-      const std::vector<ResponseRecord> found = Collect(list);
-      ASSERT_EQ(found.size(), 1u) << expected.name;
-      ExpectRecord(found[0], expected, XoObjId_Response, expected.name);
-
-      ResponseAttrRecord* attrs = nullptr;
-      ASSERT_EQ(Xo_PolicyApi_GetResponseAttrs(handle_, expected.name, kDomain, &attrs), 0);
-      const std::vector<ResponseAttrRecord> values = Collect(attrs);
-      const std::vector<ResponseAttrRecord>& wanted = attributes_[expected.name];
-      ASSERT_EQ(values.size(), wanted.size()) << expected.name;
-      for (size_t i = 0; i < values.size(); ++i) {
-        ExpectRecord(values[i], wanted[i], XoObjId_ResponseAttr, wanted[i].attrName);
+      ExpectOne([&](Parent** l) { return getParent(expected.name, l); }, expected, parentClass,
+                expected.name);
+      Child* list = nullptr;
+      ASSERT_EQ(getChildren(expected.name, &list), 0);
+      const std::vector<Child> found = Collect(list);
+      const std::vector<Child>& wanted = children[expected.name];
+      ASSERT_EQ(found.size(), wanted.size()) << expected.name;
+      for (size_t i = 0; i < found.size(); ++i) {
+        ExpectRecord(found[i], wanted[i], childClass, expected.name + (" " + std::to_string(i)));
       }
     }
-    EXPECT_EQ(DomainNames(XO_DOMAIN_RESPONSES), names);
+    EXPECT_EQ(DomainNames(kind), names);
+  }
+
+  void CheckResponses() {
+    CheckParents(
+        responses_, attributes_,
+        [&](const char* name, ResponseRecord** l) {
+          return Xo_PolicyApi_GetResponse(handle_, name, kDomain, l);
+        },
+        [&](const char* name, ResponseAttrRecord** l) {
+          return Xo_PolicyApi_GetResponseAttrs(handle_, name, kDomain, l);
+        },
+        XoObjId_Response, XoObjId_ResponseAttr, XO_DOMAIN_RESPONSES);
   }
 
   void CheckPolicies() {
-    std::vector<std::string> names;
-    for (const PolicyRecord& expected : policies_) {
-      names.push_back(expected.name);
-      PolicyRecord* list = nullptr;
-      ASSERT_EQ(Xo_PolicyApi_GetPolicy(handle_, expected.name, kDomain, &list), 0);
-      const std::vector<PolicyRecord> found = Collect(list);
-      ASSERT_EQ(found.size(), 1u) << expected.name;
-      ExpectRecord(found[0], expected, XoObjId_Policy, expected.name);
-
-      PolicyLinkRecord* links = nullptr;
-      ASSERT_EQ(Xo_PolicyApi_GetPolicyLinks(handle_, kDomain, expected.name, &links), 0);
-      const std::vector<PolicyLinkRecord> bound = Collect(links);
-      const std::vector<PolicyLinkRecord>& wanted = links_[expected.name];
-      ASSERT_EQ(bound.size(), wanted.size()) << expected.name;
-      for (size_t i = 0; i < bound.size(); ++i) {
-        ExpectRecord(bound[i], wanted[i], XoObjId_PolicyLink, wanted[i].ruleName);
-      }
-    }
-    EXPECT_EQ(DomainNames(XO_DOMAIN_POLICIES), names);
+    CheckParents(
+        policies_, links_,
+        [&](const char* name, PolicyRecord** l) {
+          return Xo_PolicyApi_GetPolicy(handle_, name, kDomain, l);
+        },
+        [&](const char* name, PolicyLinkRecord** l) {
+          return Xo_PolicyApi_GetPolicyLinks(handle_, kDomain, name, l);
+        },
+        XoObjId_Policy, XoObjId_PolicyLink, XO_DOMAIN_POLICIES);
   }
 };
 

@@ -82,12 +82,11 @@ TEST_F(GlobalObjectsTest, FailedFetchEndsTheListQuietly) {
   EXPECT_EQ(Names(handle_, XO_GLOBAL_DOMAINS, listed), 0);
   EXPECT_EQ(listed, std::vector<std::string>{"a"});
 
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return Names(handle_, XO_GLOBAL_DOMAINS, listed); },
-                [](StoreOp op, int) {
-                  if (op == StoreOp::Fetch) return 0;
-                  return op == StoreOp::ReadRights ? XO_ERR_GENERAL : Mapped(kBusy);
-                }),
+  EXPECT_EQ(SweepBusy([&] { return Names(handle_, XO_GLOBAL_DOMAINS, listed); },
+                      [](StoreOp op, int) {
+                        if (op == StoreOp::Fetch) return 0;
+                        return op == StoreOp::ReadRights ? XO_ERR_GENERAL : Mapped(kBusy);
+                      }),
             5);
   // The array and each name; a name that cannot be copied fails the call.
   EXPECT_EQ(SweepAllocationFailures(

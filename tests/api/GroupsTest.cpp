@@ -8,8 +8,8 @@
 
 #include "XoStoreCodes.h"
 #include "frame/Handles.h"
-#include "frame/Memory.h"
 #include "support/ApiTest.h"
+#include "support/Records.h"
 
 namespace xo::test {
 namespace {
@@ -25,18 +25,11 @@ constexpr const char* kRadius = "RADIUS Agent";
 
 GroupRecord Record(const std::string& name, const std::string& description,
                    const std::string& vendor) {
-  GroupRecord record;
-  std::memset(&record, 0, sizeof record);
-  std::strcpy(record.name, name.c_str());
-  std::strcpy(record.description, description.c_str());
-  std::strcpy(record.vendorName, vendor.c_str());
+  GroupRecord record = Zeroed<GroupRecord>();
+  Put(record.name, name);
+  Put(record.description, description);
+  Put(record.vendorName, vendor);
   return record;
-}
-
-std::vector<std::string> Names(char** names) {
-  std::vector<std::string> result;
-  for (char** slot = names; slot != nullptr && *slot != nullptr; ++slot) result.push_back(*slot);
-  return result;
 }
 
 class GroupsTest : public ApiTest {
@@ -71,13 +64,7 @@ class GroupsTest : public ApiTest {
                                     const char* domain = "sales", int32_t expected = 0) {
     GroupRecord* list = nullptr;
     EXPECT_EQ(Xo_PolicyApi_GetGroup(handle_, type, name.c_str(), domain, &list), expected);
-    std::vector<GroupRecord> records;
-    for (GroupRecord* record = list; record != nullptr; record = record->next) {
-      records.push_back(*record);
-      records.back().next = nullptr;
-    }
-    EXPECT_EQ(Xo_PolicyApi_FreeMemory(list), 0);
-    return records;
+    return Collect(list);
   }
 
   int32_t Members(int32_t type, const std::string& group, std::vector<std::string>& out,
@@ -86,9 +73,6 @@ class GroupsTest : public ApiTest {
     const int32_t rc = Xo_PolicyApi_GetGroupNames(handle_, type, group.c_str(), domain, &names);
     EXPECT_EQ(names == nullptr, rc != 0);
     out = Names(names);
-    if (names != nullptr) {
-      EXPECT_EQ(Xo_PolicyApi_FreeStringArray(names), 0);
-    }
     return rc;
   }
 
@@ -384,9 +368,7 @@ TEST_F(GroupsTest, GroupTypeIsCheckedBeforeAnyName) {
 }
 
 TEST_F(GroupsTest, BadHandlesNullSessionsAndNullPointers) {
-  PolicyApiSession* sessionless = nullptr;
-  xo::frame::FailAllocationAt(3);  // the session object of the Login
-  ASSERT_EQ(Login(kAdmin, kPassword, &sessionless), XO_ERR_GENERAL);
+  PolicyApiSession* sessionless = SessionlessLogin(3);  // the session object
   ASSERT_EQ(sessionless->session, nullptr);
   // Logged out after the other Login, so that its memory is not reused.
   PolicyApiSession* stale = nullptr;
@@ -489,38 +471,25 @@ TEST_F(GroupsTest, RightsFollowTheKindsScope) {
 
 TEST_F(GroupsTest, StoreFailuresAreMappedAndChangeNothing) {
   // The domain's search, then the rights, come first in every call.
-  const auto opening = [](StoreOp op, int n, int32_t otherwise) {
-    if (op == StoreOp::Search && n == 1) return XO_ERR_DOMAIN_SEARCH;
-    if (op == StoreOp::ReadRights) return XO_ERR_GENERAL;
-    return otherwise;
-  };
-  const int32_t busy = Mapped(kBusy);
+  const Answer domainSearch = {StoreOp::Search, 1, XO_ERR_DOMAIN_SEARCH};
+  const Answer typeSearch = {StoreOp::Search, 0, XO_ERR_AGENT_TYPE_SEARCH};
   ASSERT_EQ(AddGroup(XO_GROUP_RULE, "all", "sales", 0, "", kRadius), 0);
   ASSERT_EQ(AddGroup(XO_GROUP_RULE, "inner"), 0);
   ASSERT_EQ(Add(XO_GROUP_RULE, "all", "get", "web"), 0);
 
   // Domain, rights, agent type, save.
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return AddGroup(XO_GROUP_RULE, "new"); },
-                [&](StoreOp op, int n) {
-                  return opening(op, n, op == StoreOp::Search ? XO_ERR_AGENT_TYPE_SEARCH : busy);
-                }),
+  EXPECT_EQ(SweepBusy([&] { return AddGroup(XO_GROUP_RULE, "new"); }, {domainSearch, typeSearch}),
             4);
   // With the update flag the group's own name is looked up (a failed look-up
   // leaves it to the store to find the group by name) and its members read.
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return AddGroup(XO_GROUP_RULE, "all", "sales", 1); },
-                [&](StoreOp op, int n) {
-                  if (op == StoreOp::Search && n == 3) return kAbsorbed;
-                  return opening(op, n, op == StoreOp::Search ? XO_ERR_AGENT_TYPE_SEARCH : busy);
-                }),
+  EXPECT_EQ(SweepBusy([&] { return AddGroup(XO_GROUP_RULE, "all", "sales", 1); },
+                      {domainSearch, {StoreOp::Search, 3, kAbsorbed}, typeSearch}),
             6);
   EXPECT_EQ(Members(XO_GROUP_RULE, "all"), std::vector<std::string>{"get"});
 
   // Domain, rights, search, the group, then its agent type, whose name is
   // simply left empty when it cannot be read.
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy,
+  EXPECT_EQ(SweepBusy(
                 [&] {
                   GroupRecord* list = nullptr;
                   const int32_t rc = Xo_PolicyApi_GetGroup(handle_, 1, "all", "sales", &list);
@@ -531,63 +500,41 @@ TEST_F(GroupsTest, StoreFailuresAreMappedAndChangeNothing) {
                   Xo_PolicyApi_FreeMemory(list);
                   return rc;
                 },
-                [&](StoreOp op, int n) {
-                  return opening(op, n, op == StoreOp::Fetch && n == 2 ? 0 : busy);
-                }),
+                {domainSearch, {StoreOp::Fetch, 2, XO_OK}}),
             5);
   // Domain, rights, search, the group, the member's name.
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy,
-                [&] {
-                  std::vector<std::string> ignored;
-                  return Members(XO_GROUP_RULE, "all", ignored);
-                },
-                [&](StoreOp op, int n) {
-                  return opening(op, n, op == StoreOp::Fetch && n == 2 ? XO_ERR_GENERAL : busy);
-                }),
+  std::vector<std::string> ignored;
+  EXPECT_EQ(SweepBusy([&] { return Members(XO_GROUP_RULE, "all", ignored); },
+                      {domainSearch, {StoreOp::Fetch, 2, XO_ERR_GENERAL}}),
             5);
   // Domain, rights, the group, the member as a group (failing, it is sought
   // as a rule: realm, then rule, neither of which exists by that name), the
   // membership, its save, and the cache notice, after which the change stays.
-  const auto membership = [&](StoreOp op, int n) {
-    if (op == StoreOp::InvalidateCache) return kAbsorbed;
-    if (op == StoreOp::Search && n == 2) return XO_ERR_GROUP_SEARCH;
-    if (op == StoreOp::Search && n == 3) return XO_ERR_GENERAL;
-    if (op == StoreOp::SearchMultiple) return n == 1 ? XO_ERR_REALM_SEARCH : XO_ERR_RULE_SEARCH;
-    return opening(op, n, busy);
-  };
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return Add(XO_GROUP_RULE, "all", "inner", "web"); },
-                membership),
-            7);
+  const std::vector<Answer> membership = {{StoreOp::InvalidateCache, 0, kAbsorbed},
+                                          domainSearch,
+                                          {StoreOp::Search, 2, XO_ERR_GROUP_SEARCH},
+                                          {StoreOp::Search, 3, XO_ERR_GENERAL},
+                                          {StoreOp::SearchMultiple, 1, XO_ERR_REALM_SEARCH},
+                                          {StoreOp::SearchMultiple, 0, XO_ERR_RULE_SEARCH}};
+  EXPECT_EQ(SweepBusy([&] { return Add(XO_GROUP_RULE, "all", "inner", "web"); }, membership), 7);
   EXPECT_EQ(Members(XO_GROUP_RULE, "all"), (std::vector<std::string>{"get", "inner"}));
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return Remove(XO_GROUP_RULE, "all", "inner", "web"); },
-                membership),
-            7);
+  EXPECT_EQ(SweepBusy([&] { return Remove(XO_GROUP_RULE, "all", "inner", "web"); }, membership), 7);
   EXPECT_EQ(Members(XO_GROUP_RULE, "all"), std::vector<std::string>{"get"});
 
   // A failed search only means the name is no group.
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy,
+  EXPECT_EQ(SweepBusy(
                 [&] {
                   uint8_t flag = 0;
                   const int32_t rc = Xo_PolicyApi_IsGroup(handle_, 1, "all", "sales", &flag);
                   return rc == 0 && flag == 0 ? 1 : rc;
                 },
-                [&](StoreOp op, int n) {
-                  return op == StoreOp::Search && n == 2 ? 1 : opening(op, n, busy);
-                }),
+                {domainSearch, {StoreOp::Search, 2, 1}}),
             3);
   // The opening, then the opening of deletion by name, the search and the delete.
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy,
-                [&] { return Xo_PolicyApi_DeleteGroup(handle_, XO_GROUP_RULE, "sales", "inner"); },
-                [&](StoreOp op, int n) {
-                  if (op == StoreOp::Search && n == 2) return XO_ERR_DOMAIN_SEARCH;
-                  return opening(op, n, busy);
-                }),
-            6);
+  EXPECT_EQ(
+      SweepBusy([&] { return Xo_PolicyApi_DeleteGroup(handle_, XO_GROUP_RULE, "sales", "inner"); },
+                {domainSearch, {StoreOp::Search, 2, XO_ERR_DOMAIN_SEARCH}}),
+      6);
   EXPECT_TRUE(GetGroup(XO_GROUP_RULE, "inner").empty());
 }
 
@@ -604,30 +551,17 @@ TEST_F(GroupsTest, AFailedCacheNoticeIsReportedAfterTheChange) {
 TEST_F(GroupsTest, AllocationFailuresHandOutNothing) {
   ASSERT_EQ(AddGroup(XO_GROUP_RESPONSE, "greetings"), 0);
   Duplicate(GroupId(XO_GROUP_RESPONSE, "greetings"));
-  auto* untouched = reinterpret_cast<GroupRecord*>(this);
-  EXPECT_EQ(SweepAllocationFailures(
-                [&] {
-                  GroupRecord* list = untouched;
-                  const int32_t rc = Xo_PolicyApi_GetGroup(handle_, 2, "greetings", "sales", &list);
-                  if (rc == 0) {
-                    Xo_PolicyApi_FreeMemory(list);
-                  } else {
-                    EXPECT_EQ(list, untouched);
-                  }
-                  return rc;
-                },
-                XO_ERR_GENERAL),
+  EXPECT_EQ(SweepListAllocations<GroupRecord>([&](GroupRecord** list) {
+              return Xo_PolicyApi_GetGroup(handle_, 2, "greetings", "sales", list);
+            }),
             2);
   // The array, then each name.
   ASSERT_EQ(AddGroup(XO_GROUP_AGENT, "edge", nullptr), 0);
   ASSERT_EQ(Add(XO_GROUP_AGENT, "edge", "gateway", nullptr, nullptr), 0);
   ASSERT_EQ(Add(XO_GROUP_AGENT, "edge", "proxy", nullptr, nullptr), 0);
+  std::vector<std::string> ignored;
   EXPECT_EQ(SweepAllocationFailures(
-                [&] {
-                  std::vector<std::string> ignored;
-                  return Members(XO_GROUP_AGENT, "edge", ignored, nullptr);
-                },
-                XO_ERR_GENERAL),
+                [&] { return Members(XO_GROUP_AGENT, "edge", ignored, nullptr); }, XO_ERR_GENERAL),
             3);
 }
 

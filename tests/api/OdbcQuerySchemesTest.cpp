@@ -5,19 +5,19 @@
 
 #include "XoStoreCodes.h"
 #include "support/ApiTest.h"
+#include "support/Records.h"
 #include "support/ReturnedLists.h"
 #include "support/StoreFile.h"
 
 namespace xo::test {
 namespace {
 
-using xo::store::kBusy;
 using Schemes = std::vector<OdbcQuerySchemeRecord>;
 
 OdbcQuerySchemeRecord Record(const std::string& name, const std::string& description = "") {
   OdbcQuerySchemeRecord record{};
-  std::strcpy(record.name, name.c_str());
-  std::strcpy(record.description, description.c_str());
+  Put(record.name, name);
+  Put(record.description, description);
   return record;
 }
 
@@ -47,19 +47,10 @@ TEST_F(OdbcQuerySchemesTest, CreatedSchemeReadsBackByteForByteAndTheRecordIsNotW
                   i);
   }
   std::memset(record.query[14], 'q', 1023);
-  std::memset(record.objectId, 'x', sizeof record.objectId);
-  const OdbcQuerySchemeRecord given = record;
-  ASSERT_EQ(Xo_PolicyApi_CreateODBCQueryScheme(handle_, &record, 0), 0);
-  EXPECT_EQ(std::memcmp(&record, &given, sizeof record), 0);
-
-  const Schemes found = Get("users db");
-  ASSERT_EQ(found.size(), 1u);
-  EXPECT_EQ(CXoObjId::ClassOf(found[0].objectId), XoObjId_ODBCQuery);
-  OdbcQuerySchemeRecord expected = given;
-  expected.recordType = OdbcQuerySchemeRecordType;
-  std::memset(expected.objectId, 0, sizeof expected.objectId);
-  std::strcpy(expected.objectId, found[0].objectId);
-  EXPECT_EQ(std::memcmp(&found[0], &expected, sizeof expected), 0);
+  ExpectAddedAsGiven(
+      record, [&](auto* r) { return Xo_PolicyApi_CreateODBCQueryScheme(handle_, r, 0); },
+      [&](auto** list) { return Xo_PolicyApi_GetODBCQueryScheme(handle_, "users db", list); },
+      OdbcQuerySchemeRecordType, XoObjId_ODBCQuery);
 }
 
 TEST_F(OdbcQuerySchemesTest, UpdateReplacesTheSchemeOfTheNameOrCreatesOne) {
@@ -119,29 +110,16 @@ TEST_F(OdbcQuerySchemesTest, BadInputGivesClearCodesAndChangesNothing) {
 }
 
 TEST_F(OdbcQuerySchemesTest, StoreAndAllocationFailuresAreReportedAndChangeNothing) {
-  const auto rightsOrMapped = [](StoreOp op, int) {
-    return op == StoreOp::ReadRights ? XO_ERR_GENERAL : Mapped(kBusy);
-  };
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return Create(Record("hr")); }, rightsOrMapped),
-            2);
+  EXPECT_EQ(SweepBusy([&] { return Create(Record("hr")); }), 2);
   // With the update flag a failed look-up of the name only means a new scheme.
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return Create(Record("hr", "changed"), 1); },
-                [&](StoreOp op, int n) {
-                  return op == StoreOp::Search ? kAbsorbed : rightsOrMapped(op, n);
-                }),
+  EXPECT_EQ(SweepBusy([&] { return Create(Record("hr", "changed"), 1); },
+                      {{StoreOp::Search, 0, kAbsorbed}}),
             3);
   Duplicate(Store().OdbcQuery("twin"));
   Schemes found;
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return Get("twin", found); }, rightsOrMapped),
-            4);
+  EXPECT_EQ(SweepBusy([&] { return Get("twin", found); }), 4);
   EXPECT_EQ(SweepAllocationFailures([&] { return Get("twin", found); }, XO_ERR_GENERAL), 2);
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy,
-                [&] { return Xo_PolicyApi_DeleteODBCQueryScheme(handle_, "hr"); }, rightsOrMapped),
-            3);
+  EXPECT_EQ(SweepBusy([&] { return Xo_PolicyApi_DeleteODBCQueryScheme(handle_, "hr"); }), 3);
 }
 
 }  // namespace

@@ -5,15 +5,14 @@
 
 #include "XoStoreCodes.h"
 #include "support/ApiTest.h"
+#include "support/Records.h"
+#include "support/ReturnedLists.h"
 
 namespace xo::test {
 namespace {
 
-using xo::store::kBusy;
-
 PolicyRecord Record(const char* name, const char* description = "", uint8_t flag = 0) {
-  PolicyRecord record;
-  std::memset(&record, 0, sizeof record);
+  PolicyRecord record = Zeroed<PolicyRecord>();
   std::strcpy(record.name, name);
   std::strcpy(record.description, description);
   std::strcpy(record.policyText1, "one");
@@ -32,20 +31,11 @@ class PoliciesTest : public ApiTest {
     EXPECT_EQ(Xo_PolicyApi_AddPolicy(handle_, "sales", &record, update), 0);
     return CXoObjId(std::string(record.objectId));
   }
-  // The caller's pointer must be left alone on failure.
   int32_t Get(const char* name, std::vector<PolicyRecord>* found = nullptr) {
-    PolicyRecord* const untouched = reinterpret_cast<PolicyRecord*>(this);
-    PolicyRecord* list = untouched;
-    const int32_t rc = Xo_PolicyApi_GetPolicy(handle_, name, "sales", &list);
-    if (rc != 0) {
-      EXPECT_EQ(list, untouched);
-      return rc;
-    }
-    for (PolicyRecord* r = list; found != nullptr && r != nullptr; r = r->next) {
-      found->push_back(*r);
-      found->back().next = nullptr;
-    }
-    return Xo_PolicyApi_FreeMemory(list);
+    std::vector<PolicyRecord> ignored;
+    return CallGet(
+        [&](PolicyRecord** list) { return Xo_PolicyApi_GetPolicy(handle_, name, "sales", list); },
+        found != nullptr ? *found : ignored);
   }
 
   CXoObjId domain_;
@@ -119,34 +109,22 @@ TEST_F(PoliciesTest, RefusedCallsChangeNothing) {
 
 TEST_F(PoliciesTest, StoreAndAllocationFailures) {
   // The domain's search comes first, then the rights.
-  const auto answers = [](StoreOp op, int n) {
-    if (op == StoreOp::ReadRights) return XO_ERR_GENERAL;
-    return op == StoreOp::Search && n == 1 ? XO_ERR_DOMAIN_SEARCH : Mapped(kBusy);
-  };
+  const Answer domainSearch = {StoreOp::Search, 1, XO_ERR_DOMAIN_SEARCH};
   PolicyRecord record = Record("staff");
-  const auto add = [&] { return Xo_PolicyApi_AddPolicy(handle_, "sales", &record, 0); };
-  const auto update = [&] { return Xo_PolicyApi_AddPolicy(handle_, "sales", &record, 1); };
-  EXPECT_EQ(SweepStoreFailures(StoreOp::Any, kBusy, add, answers), 3);
+  EXPECT_EQ(SweepBusy([&] { return Xo_PolicyApi_AddPolicy(handle_, "sales", &record, 0); },
+                      {domainSearch}),
+            3);
   // A failed look-up for the update leaves the policy new.
-  EXPECT_EQ(SweepStoreFailures(StoreOp::Any, kBusy, update,
-                               [&](StoreOp op, int n) {
-                                 return op == StoreOp::Search && n == 2 ? kAbsorbed
-                                                                        : answers(op, n);
-                               }),
+  EXPECT_EQ(SweepBusy([&] { return Xo_PolicyApi_AddPolicy(handle_, "sales", &record, 1); },
+                      {domainSearch, {StoreOp::Search, 2, kAbsorbed}}),
             4);
   Duplicate(CXoObjId(std::string(record.objectId)));
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return Get("staff"); }, answers),
-            5);
+  EXPECT_EQ(SweepBusy([&] { return Get("staff"); }, {domainSearch}), 5);
   EXPECT_EQ(SweepAllocationFailures([&] { return Get("staff"); }, XO_ERR_GENERAL), 2);
   // What was deleted before a failed delete stays deleted.
-  EXPECT_EQ(
-      SweepStoreFailures(
-          StoreOp::Any, kBusy, [&] { return Xo_PolicyApi_DeletePolicy(handle_, "staff", "sales"); },
-          [&](StoreOp op, int n) {
-            return op == StoreOp::Delete && n == 2 ? kAbsorbed : answers(op, n);
-          }),
-      5);
+  EXPECT_EQ(SweepBusy([&] { return Xo_PolicyApi_DeletePolicy(handle_, "staff", "sales"); },
+                      {domainSearch, {StoreOp::Delete, 2, kAbsorbed}}),
+            5);
 }
 
 }  // namespace

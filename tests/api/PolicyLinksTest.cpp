@@ -29,27 +29,15 @@ PolicyLinkRecord Link(const std::string& realm, const std::string& rule,
   return record;
 }
 
-struct Answer {
-  StoreOp op;
-  int ordinal;
-  int32_t code;
-};
-
 // The domain's and the policy's searches, the realm's, then the rule's, which
 // falls back on a rule group that is not there; the rights give -1 and any
 // other failure is mapped.
-std::function<int32_t(StoreOp, int)> Answers(std::vector<Answer> more) {
+std::vector<StoreAnswer> LinkAnswers(std::vector<StoreAnswer> more) {
   more.insert(more.end(), {{StoreOp::Search, 1, XO_ERR_DOMAIN_SEARCH},
                            {StoreOp::Search, 2, XO_ERR_POLICY_SEARCH},
                            {StoreOp::SearchMultiple, 1, XO_ERR_REALM_SEARCH},
-                           {StoreOp::SearchMultiple, 2, XO_ERR_GENERAL},
-                           {StoreOp::ReadRights, 1, XO_ERR_GENERAL}});
-  return [more](StoreOp op, int n) {
-    for (const Answer& a : more) {
-      if (a.op == op && a.ordinal == n) return a.code;
-    }
-    return Mapped(kBusy);
-  };
+                           {StoreOp::SearchMultiple, 2, XO_ERR_GENERAL}});
+  return more;
 }
 
 class PolicyLinksTest : public ApiTest {
@@ -208,28 +196,24 @@ TEST_F(PolicyLinksTest, RefusedCallsChangeNothing) {
 
 TEST_F(PolicyLinksTest, StoreAndAllocationFailures) {
   // Then the response's search, which falls back on a group that is not there.
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return Add("web", "get", "welcome"); },
-                Answers({{StoreOp::Search, 3, XO_ERR_GENERAL}})),
+  EXPECT_EQ(SweepBusy([&] { return Add("web", "get", "welcome"); },
+                      LinkAnswers({{StoreOp::Search, 3, XO_ERR_GENERAL}})),
             7);
 
   // Each link is read with the names of what it binds.
   ASSERT_EQ(Add("web", "all rules", "greetings"), 0);
   std::vector<Answer> names;
   for (int n : {2, 3, 4, 6, 7}) names.push_back({StoreOp::Fetch, n, XO_ERR_GENERAL});
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return Get(); }, Answers(names)),
-            11);
+  EXPECT_EQ(SweepBusy([&] { return Get(); }, LinkAnswers(names)), 11);
   EXPECT_EQ(SweepAllocationFailures([&] { return Get(); }, XO_ERR_GENERAL), 2);
 
   // Failures after the first link has changed keep that change.
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return SetResponse("web", "get", "welcome"); },
-                Answers({{StoreOp::Search, 3, XO_ERR_GENERAL}, {StoreOp::Fetch, 2, kAbsorbed}})),
+  EXPECT_EQ(SweepBusy([&] { return SetResponse("web", "get", "welcome"); },
+                      LinkAnswers(
+                          {{StoreOp::Search, 3, XO_ERR_GENERAL}, {StoreOp::Fetch, 2, kAbsorbed}})),
             10);
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return Remove("web", "get"); },
-                Answers({{StoreOp::Fetch, 2, kAbsorbed}})),
+  EXPECT_EQ(SweepBusy([&] { return Remove("web", "get"); },
+                      LinkAnswers({{StoreOp::Fetch, 2, kAbsorbed}})),
             9);
   EXPECT_EQ(Bindings(), Strings{"/all rules>greetings"});
 }

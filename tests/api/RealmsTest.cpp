@@ -7,17 +7,17 @@
 
 #include "XoStoreCodes.h"
 #include "support/ApiTest.h"
+#include "support/Records.h"
+#include "support/ReturnedLists.h"
 #include "support/StoreFile.h"
 
 namespace xo::test {
 namespace {
 
-using xo::store::kBusy;
 using xo::store::kTextTooLong;
 
 RealmRecord Record(const std::string& name, const std::string& parent = "") {
-  RealmRecord record;
-  std::memset(&record, 0, sizeof record);
+  RealmRecord record = Zeroed<RealmRecord>();
   std::strcpy(record.name, name.c_str());
   std::strcpy(record.agentName, "gateway");
   std::strcpy(record.schemeName, "forms");
@@ -41,19 +41,13 @@ class RealmsTest : public ApiTest {
     EXPECT_EQ(Xo_PolicyApi_AddRealm(handle_, "sales", &record, update), 0) << name;
   }
 
-  // The returned records, copied byte for byte with their links cleared.
   int32_t GetRealm(PolicyApiSession* handle, const std::string& name, const std::string& domain,
                    std::vector<RealmRecord>& out) {
-    RealmRecord* list = nullptr;
-    const int32_t rc = Xo_PolicyApi_GetRealm(handle, name.c_str(), domain.c_str(), &list);
-    out.clear();
-    for (RealmRecord* record = list; record != nullptr; record = record->next) {
-      out.emplace_back();
-      std::memcpy(&out.back(), record, sizeof *record);
-      out.back().next = nullptr;
-    }
-    EXPECT_EQ(Xo_PolicyApi_FreeMemory(list), 0);
-    return rc;
+    return CallGet(
+        [&](RealmRecord** list) {
+          return Xo_PolicyApi_GetRealm(handle, name.c_str(), domain.c_str(), list);
+        },
+        out);
   }
   RealmRecord TheRealm(const std::string& name) {
     std::vector<RealmRecord> found;
@@ -232,70 +226,40 @@ TEST_F(RealmsTest, FlushWritesACommandForTheServers) {
   EXPECT_EQ(Commands().size(), 1u);
 }
 
-TEST_F(RealmsTest, StoreFailuresAreReportedAndChangeNothing) {
+TEST_F(RealmsTest, StoreAndAllocationFailuresAreReportedAndChangeNothing) {
   AddRealm("web");
   AddRealm("docs", "web");
-  const auto opening = [](StoreOp op, int n) {
-    if (op == StoreOp::Search && n == 1) return XO_ERR_DOMAIN_SEARCH;
-    if (op == StoreOp::ReadRights) return XO_ERR_GENERAL;
-    return Mapped(kBusy);
-  };
+  const Answer domainSearch = {StoreOp::Search, 1, XO_ERR_DOMAIN_SEARCH};
   RealmRecord record = Record("docs", "web");
-  EXPECT_EQ(
-      SweepStoreFailures(
-          StoreOp::Any, kBusy, [&] { return Xo_PolicyApi_AddRealm(handle_, "sales", &record, 1); },
-          [&](StoreOp op, int n) {
-            // The agent search failing leads to the group search,
-            // which finds nothing; an agent that cannot be fetched is -1.
-            if (op == StoreOp::Search && n == 2) return XO_ERR_GENERAL;
-            if (op == StoreOp::Search && n == 3) return XO_ERR_SCHEME_SEARCH;
-            if (op == StoreOp::Fetch) return XO_ERR_GENERAL;
-            if (op == StoreOp::SearchMultiple) return XO_ERR_REALM_SEARCH;
-            return opening(op, n);
-          }),
-      8);
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy,
-                [&] {
-                  std::vector<RealmRecord> found;
-                  return GetRealm(handle_, "web", "sales", found);
-                },
-                [&](StoreOp op, int n) {
-                  // The agent's name, then the scheme's and the domain's.
-                  if (op == StoreOp::Fetch && n == 2) return XO_ERR_WRONG_CLASS;
-                  if (op == StoreOp::Fetch && n > 2) return XO_ERR_GENERAL;
-                  return opening(op, n);
-                }),
+  // The agent search failing leads to the group search, which finds nothing;
+  // an agent that cannot be fetched is -1.
+  EXPECT_EQ(SweepBusy([&] { return Xo_PolicyApi_AddRealm(handle_, "sales", &record, 1); },
+                      {domainSearch,
+                       {StoreOp::Search, 2, XO_ERR_GENERAL},
+                       {StoreOp::Search, 3, XO_ERR_SCHEME_SEARCH},
+                       {StoreOp::Fetch, 0, XO_ERR_GENERAL},
+                       {StoreOp::SearchMultiple, 0, XO_ERR_REALM_SEARCH}}),
+            8);
+  // The agent's name, then the scheme's and the domain's.
+  std::vector<RealmRecord> found;
+  EXPECT_EQ(SweepBusy([&] { return GetRealm(handle_, "web", "sales", found); },
+                      {domainSearch,
+                       {StoreOp::Fetch, 1, Mapped(xo::store::kBusy)},
+                       {StoreOp::Fetch, 2, XO_ERR_WRONG_CLASS},
+                       {StoreOp::Fetch, 0, XO_ERR_GENERAL}}),
             7);
-  EXPECT_EQ(
-      SweepStoreFailures(
-          StoreOp::Any, kBusy, [&] { return Xo_PolicyApi_FlushRealm(handle_, "web", "sales"); },
-          [&](StoreOp op, int n) {
-            return op == StoreOp::SearchMultiple ? XO_ERR_REALM_SEARCH : opening(op, n);
-          }),
-      4);
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy,
-                [&] { return Xo_PolicyApi_DeleteRealm(handle_, "web", "sales"); }, opening),
+  EXPECT_EQ(SweepBusy([&] { return Xo_PolicyApi_FlushRealm(handle_, "web", "sales"); },
+                      {domainSearch, {StoreOp::SearchMultiple, 0, XO_ERR_REALM_SEARCH}}),
             4);
-}
+  EXPECT_EQ(
+      SweepBusy([&] { return Xo_PolicyApi_DeleteRealm(handle_, "web", "sales"); }, {domainSearch}),
+      4);
 
-TEST_F(RealmsTest, AllocationFailuresHandOutNoHalfList) {
   AddRealm("web");
   Store().Realm(Store().Domain("support"), "web");
-  RealmRecord* untouched = reinterpret_cast<RealmRecord*>(this);
-  EXPECT_EQ(SweepAllocationFailures(
-                [&] {
-                  RealmRecord* list = untouched;
-                  const int32_t rc = Xo_PolicyApi_GetRealm(handle_, "web", "", &list);
-                  if (rc == 0) {
-                    Xo_PolicyApi_FreeMemory(list);
-                  } else {
-                    EXPECT_EQ(list, untouched);
-                  }
-                  return rc;
-                },
-                XO_ERR_GENERAL),
+  EXPECT_EQ(SweepListAllocations<RealmRecord>([&](RealmRecord** list) {
+              return Xo_PolicyApi_GetRealm(handle_, "web", "", list);
+            }),
             2);
 }
 

@@ -5,6 +5,8 @@
 
 #include "XoStoreCodes.h"
 #include "support/ApiTest.h"
+#include "support/Records.h"
+#include "support/ReturnedLists.h"
 
 namespace xo::test {
 namespace {
@@ -14,8 +16,7 @@ using Strings = std::vector<std::string>;
 
 ResponseAttrRecord Record(const std::string& name, const std::string& value, int32_t int1 = 0,
                           int32_t int2 = 0) {
-  ResponseAttrRecord record;
-  std::memset(&record, 0, sizeof record);
+  ResponseAttrRecord record = Zeroed<ResponseAttrRecord>();
   std::strcpy(record.attrName, name.c_str());
   std::strcpy(record.value, value.c_str());
   record.attrInt1 = int1;
@@ -39,20 +40,13 @@ class ResponseAttrsTest : public ApiTest {
     ResponseAttrRecord record = Record(name, value);
     return Xo_PolicyApi_RemoveResponseAttr(handle_, "welcome", "sales", &record);
   }
-  // The caller's pointer must be left alone on failure.
   int32_t Get(const char* response, std::vector<ResponseAttrRecord>* found = nullptr) {
-    ResponseAttrRecord* const untouched = reinterpret_cast<ResponseAttrRecord*>(this);
-    ResponseAttrRecord* list = untouched;
-    const int32_t rc = Xo_PolicyApi_GetResponseAttrs(handle_, response, "sales", &list);
-    if (rc != 0) {
-      EXPECT_EQ(list, untouched);
-      return rc;
-    }
-    for (ResponseAttrRecord* r = list; found != nullptr && r != nullptr; r = r->next) {
-      found->push_back(*r);
-      found->back().next = nullptr;
-    }
-    return Xo_PolicyApi_FreeMemory(list);
+    std::vector<ResponseAttrRecord> ignored;
+    return CallGet(
+        [&](ResponseAttrRecord** list) {
+          return Xo_PolicyApi_GetResponseAttrs(handle_, response, "sales", list);
+        },
+        found != nullptr ? *found : ignored);
   }
   Strings Values(const char* response = "welcome") {
     std::vector<ResponseAttrRecord> found;
@@ -154,28 +148,23 @@ TEST_F(ResponseAttrsTest, RefusedCallsChangeNothing) {
 }
 
 TEST_F(ResponseAttrsTest, StoreAndAllocationFailures) {
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return Add("welcome", "Filter-Id", "staff"); }, Answer),
-            7);
+  EXPECT_EQ(SweepBusy([&] { return Add("welcome", "Filter-Id", "staff"); }, Answer), 7);
   ASSERT_EQ(Remove("Filter-Id", ""), 0);
   // The other response's value is read first and left alone.
   ASSERT_EQ(Add("other", "Filter-Id", "guests"), 0);
   ASSERT_EQ(Add("welcome", "Filter-Id", "staff"), 0);
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return Remove("Filter-Id", "staff"); }, Answer),
-            10);
+  EXPECT_EQ(SweepBusy([&] { return Remove("Filter-Id", "staff"); }, Answer), 10);
 
   // Each of the response's values costs a fetch of the value and one of its
   // dictionary attribute's name; the other response's value only the first.
   ASSERT_EQ(Add("welcome", "Filter-Id", "a"), 0);
   ASSERT_EQ(Add("welcome", "Reply-Message", "b"), 0);
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return Get("welcome"); },
-                [](StoreOp op, int n) {
-                  if (op == StoreOp::Search && n == 3) return Mapped(kBusy);
-                  if (op != StoreOp::Fetch) return Answer(op, n);
-                  return n == 3 || n == 5 ? XO_ERR_GENERAL : Mapped(kBusy);
-                }),
+  EXPECT_EQ(SweepBusy([&] { return Get("welcome"); },
+                      [](StoreOp op, int n) {
+                        if (op == StoreOp::Search && n == 3) return Mapped(kBusy);
+                        if (op != StoreOp::Fetch) return Answer(op, n);
+                        return n == 3 || n == 5 ? XO_ERR_GENERAL : Mapped(kBusy);
+                      }),
             9);
   EXPECT_EQ(SweepAllocationFailures([&] { return Get("welcome"); }, XO_ERR_GENERAL), 2);
 }

@@ -5,16 +5,15 @@
 
 #include "XoStoreCodes.h"
 #include "support/ApiTest.h"
+#include "support/Records.h"
+#include "support/ReturnedLists.h"
 
 namespace xo::test {
 namespace {
 
-using xo::store::kBusy;
-
 ResponseRecord Record(const char* name, const char* description = "",
                       const char* agentType = "HTTP Agent") {
-  ResponseRecord record;
-  std::memset(&record, 0, sizeof record);
+  ResponseRecord record = Zeroed<ResponseRecord>();
   std::strcpy(record.name, name);
   std::strcpy(record.description, description);
   std::strcpy(record.agentTypeName, agentType);
@@ -30,20 +29,13 @@ class ResponsesTest : public ApiTest {
   int32_t Add(ResponseRecord record, uint8_t update = 0) {
     return Xo_PolicyApi_AddResponse(handle_, "sales", &record, update);
   }
-  // The caller's pointer must be left alone on failure.
   int32_t Get(const char* name, std::vector<ResponseRecord>* found = nullptr) {
-    ResponseRecord* const untouched = reinterpret_cast<ResponseRecord*>(this);
-    ResponseRecord* list = untouched;
-    const int32_t rc = Xo_PolicyApi_GetResponse(handle_, name, "sales", &list);
-    if (rc != 0) {
-      EXPECT_EQ(list, untouched);
-      return rc;
-    }
-    for (ResponseRecord* r = list; found != nullptr && r != nullptr; r = r->next) {
-      found->push_back(*r);
-      found->back().next = nullptr;
-    }
-    return Xo_PolicyApi_FreeMemory(list);
+    std::vector<ResponseRecord> ignored;
+    return CallGet(
+        [&](ResponseRecord** list) {
+          return Xo_PolicyApi_GetResponse(handle_, name, "sales", list);
+        },
+        found != nullptr ? *found : ignored);
   }
   CXoObjId IdOf(const char* name) {
     std::vector<ResponseRecord> found;
@@ -55,19 +47,13 @@ class ResponsesTest : public ApiTest {
 };
 
 TEST_F(ResponsesTest, AddedResponseReadsBackByteForByte) {
-  ResponseRecord record = Record("welcome", "greets", "RADIUS Agent");
-  std::memset(record.objectId, 'x', sizeof record.objectId);
-  const ResponseRecord given = record;
-  ASSERT_EQ(Xo_PolicyApi_AddResponse(handle_, "sales", &record, 0), 0);
-  EXPECT_EQ(std::memcmp(&record, &given, sizeof record), 0) << "no identifier is written back";
-
-  std::vector<ResponseRecord> found;
-  ASSERT_EQ(Get("welcome", &found), 0);
-  ASSERT_EQ(found.size(), 1u);
-  ResponseRecord expected = Record("welcome", "greets", "RADIUS Agent");
-  expected.recordType = ResponseRecordType;
-  std::strcpy(expected.objectId, found[0].objectId);
-  EXPECT_EQ(std::memcmp(&found[0], &expected, sizeof expected), 0);
+  ExpectAddedAsGiven(
+      Record("welcome", "greets", "RADIUS Agent"),
+      [&](ResponseRecord* r) { return Xo_PolicyApi_AddResponse(handle_, "sales", r, 0); },
+      [&](ResponseRecord** list) {
+        return Xo_PolicyApi_GetResponse(handle_, "welcome", "sales", list);
+      },
+      ResponseRecordType, XoObjId_Response);
   CXoObjResponse stored;
   ASSERT_TRUE(Store().Load(IdOf("welcome"), stored));
   EXPECT_EQ(stored.GetAgentTypeOid(), WellKnownObjectId16B);
@@ -144,39 +130,30 @@ TEST_F(ResponsesTest, RefusedCallsChangeNothing) {
 }
 
 TEST_F(ResponsesTest, StoreAndAllocationFailures) {
-  // The searches' own codes in call order; -1 for the rights, else mapped.
-  const auto answers = [](std::vector<int32_t> searches) {
-    return [searches](StoreOp op, int n) {
-      if (op == StoreOp::ReadRights) return XO_ERR_GENERAL;
-      const bool own = op == StoreOp::Search && n <= static_cast<int>(searches.size());
-      return own ? searches[n - 1] : Mapped(kBusy);
-    };
-  };
-  const auto adding =
-      answers({XO_ERR_DOMAIN_SEARCH, XO_ERR_AGENT_TYPE_SEARCH, XO_ERR_RESPONSE_SEARCH});
-  const auto byName = answers({XO_ERR_DOMAIN_SEARCH});
+  // The searches give their own codes in call order.
+  const Answer domainSearch = {StoreOp::Search, 1, XO_ERR_DOMAIN_SEARCH};
+  const std::vector<Answer> adding = {domainSearch,
+                                      {StoreOp::Search, 2, XO_ERR_AGENT_TYPE_SEARCH},
+                                      {StoreOp::Search, 3, XO_ERR_RESPONSE_SEARCH}};
   ResponseRecord record = Record("welcome");
-  const auto add = [&] { return Xo_PolicyApi_AddResponse(handle_, "sales", &record, 0); };
-  const auto update = [&] { return Xo_PolicyApi_AddResponse(handle_, "sales", &record, 1); };
-  EXPECT_EQ(SweepStoreFailures(StoreOp::Any, kBusy, add, adding), 4);
-  EXPECT_EQ(SweepStoreFailures(StoreOp::Any, kBusy, update, adding), 6);
+  for (uint8_t update : {0, 1}) {
+    EXPECT_EQ(SweepBusy([&] { return Xo_PolicyApi_AddResponse(handle_, "sales", &record, update); },
+                        adding),
+              update ? 6 : 4);
+  }
 
   Duplicate(IdOf("welcome"));
   // Each response is followed by its agent type, which reads as an empty
   // name when it cannot be fetched.
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return Get("welcome"); },
-                [&](StoreOp op, int n) {
-                  return op == StoreOp::Fetch && n % 2 == 0 ? 0 : byName(op, n);
-                }),
+  EXPECT_EQ(SweepBusy([&] { return Get("welcome"); },
+                      [&](StoreOp op, int n) {
+                        return op == StoreOp::Fetch && n % 2 == 0 ? 0
+                                                                  : Answers({domainSearch})(op, n);
+                      }),
             7);
   EXPECT_EQ(SweepAllocationFailures([&] { return Get("welcome"); }, XO_ERR_GENERAL), 2);
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy,
-                [&] { return Xo_PolicyApi_DeleteResponse(handle_, "welcome", "sales"); },
-                [&](StoreOp op, int n) {
-                  return op == StoreOp::Delete && n == 2 ? kAbsorbed : byName(op, n);
-                }),
+  EXPECT_EQ(SweepBusy([&] { return Xo_PolicyApi_DeleteResponse(handle_, "welcome", "sales"); },
+                      {domainSearch, {StoreOp::Delete, 2, kAbsorbed}}),
             5);
 }
 

@@ -18,7 +18,7 @@ namespace {
 constexpr int32_t kRefused = XO_ERR_GENERAL;
 
 struct Probe {
-  const char* what;
+  std::string what;
   std::function<int32_t(PolicyApiSession*)> call;
   int32_t forDomainAdmin;  // the system administrator gets 0, one without rights -1
 };
@@ -34,6 +34,27 @@ template <class Get>
 int32_t Named(Get&& get) {
   std::vector<std::string> ignored;
   return CallGetNames(get, ignored);
+}
+
+// Adding (with the update flag) a record of `newName`, reading `existing` and
+// deleting `doomed` in one system-level family.
+template <class Record, class Add, class Get, class Delete>
+std::vector<Probe> Family(const std::string& family, const char* newName, const char* existing,
+                          const char* doomed, Add add, Get get, Delete del) {
+  return {{("add " + family).c_str(),
+           [=](PolicyApiSession* h) {
+             Record record{};
+             std::strcpy(record.name, newName);
+             return add(h, &record, 1);
+           },
+           kRefused},
+          {("get " + family).c_str(),
+           [=](PolicyApiSession* h) {
+             return Listed<Record>([&](Record** list) { return get(h, existing, list); });
+           },
+           kRefused},
+          {("delete " + family).c_str(), [=](PolicyApiSession* h) { return del(h, doomed); },
+           kRefused}};
 }
 
 class RightsAcrossAdminsTest : public ApiTest {
@@ -60,39 +81,7 @@ class RightsAcrossAdminsTest : public ApiTest {
 
   std::vector<Probe> Probes() {
     const std::string ownOid = own_.GetOidString();
-    return {
-        {"create query scheme",
-         [](PolicyApiSession* h) {
-           OdbcQuerySchemeRecord record{};
-           std::strcpy(record.name, "more queries");
-           return Xo_PolicyApi_CreateODBCQueryScheme(h, &record, 1);
-         },
-         kRefused},
-        {"get query scheme",
-         [](PolicyApiSession* h) {
-           return Listed<OdbcQuerySchemeRecord>([&](OdbcQuerySchemeRecord** list) {
-             return Xo_PolicyApi_GetODBCQueryScheme(h, "queries", list);
-           });
-         },
-         kRefused},
-        {"delete query scheme",
-         [](PolicyApiSession* h) { return Xo_PolicyApi_DeleteODBCQueryScheme(h, "none"); },
-         kRefused},
-        {"create directory",
-         [](PolicyApiSession* h) {
-           UserDirRecord record{};
-           std::strcpy(record.name, "more users");
-           return Xo_PolicyApi_CreateUserDir(h, &record, 1);
-         },
-         kRefused},
-        {"get directory",
-         [](PolicyApiSession* h) {
-           return Listed<UserDirRecord>(
-               [&](UserDirRecord** list) { return Xo_PolicyApi_GetUserDir(h, "hr", list); });
-         },
-         kRefused},
-        {"delete directory",
-         [](PolicyApiSession* h) { return Xo_PolicyApi_DeleteUserDir(h, "none"); }, kRefused},
+    std::vector<Probe> probes = {
         // Even the domain's own search order is a system-level matter.
         {"add directory to own domain",
          [](PolicyApiSession* h) { return Xo_PolicyApi_AddUserDirToDomain(h, "spare", "own"); },
@@ -115,21 +104,6 @@ class RightsAcrossAdminsTest : public ApiTest {
            return Xo_PolicyApi_SetUserDirSearchOrder(h, "own", names);
          },
          kRefused},
-        {"add administrator",
-         [](PolicyApiSession* h) {
-           AdminRecord record{};
-           std::strcpy(record.name, "frank");
-           return Xo_PolicyApi_AddAdmin(h, &record, 1);
-         },
-         kRefused},
-        {"get administrator",
-         [](PolicyApiSession* h) {
-           return Listed<AdminRecord>(
-               [&](AdminRecord** list) { return Xo_PolicyApi_GetAdmin(h, "dana", list); });
-         },
-         kRefused},
-        {"delete administrator",
-         [](PolicyApiSession* h) { return Xo_PolicyApi_DeleteAdmin(h, "none"); }, kRefused},
         {"add administrator to own domain",
          [](PolicyApiSession* h) { return Xo_PolicyApi_AddAdminToDomain(h, "eve", "own"); },
          kRefused},
@@ -199,19 +173,6 @@ class RightsAcrossAdminsTest : public ApiTest {
            return Xo_PolicyApi_RemoveUsersFromPolicy(h, "other", "staff", "hr", "users/alice");
          },
          kRefused},
-        {"add domain",
-         [](PolicyApiSession* h) {
-           DomainRecord record{};
-           std::strcpy(record.name, "own");
-           return Xo_PolicyApi_AddDomain(h, &record, 1);
-         },
-         kRefused},
-        {"get domain",
-         [](PolicyApiSession* h) {
-           return Listed<DomainRecord>(
-               [&](DomainRecord** list) { return Xo_PolicyApi_GetDomain(h, "own", list); });
-         },
-         kRefused},
         {"names in own domain", [](PolicyApiSession* h) { return DomainNames(h, "own"); }, 0},
         {"names in other domain", [](PolicyApiSession* h) { return DomainNames(h, "other"); },
          kRefused},
@@ -233,9 +194,20 @@ class RightsAcrossAdminsTest : public ApiTest {
            return Xo_PolicyApi_ManagementCommand(h, &record);
          },
          kRefused},
-        {"delete domain",
-         [](PolicyApiSession* h) { return Xo_PolicyApi_DeleteDomain(h, "doomed"); }, kRefused},
     };
+    for (const std::vector<Probe>& family :
+         {Family<OdbcQuerySchemeRecord>(
+              "query scheme", "more queries", "queries", "none", Xo_PolicyApi_CreateODBCQueryScheme,
+              Xo_PolicyApi_GetODBCQueryScheme, Xo_PolicyApi_DeleteODBCQueryScheme),
+          Family<UserDirRecord>("directory", "more users", "hr", "none", Xo_PolicyApi_CreateUserDir,
+                                Xo_PolicyApi_GetUserDir, Xo_PolicyApi_DeleteUserDir),
+          Family<AdminRecord>("administrator", "frank", "dana", "none", Xo_PolicyApi_AddAdmin,
+                              Xo_PolicyApi_GetAdmin, Xo_PolicyApi_DeleteAdmin),
+          Family<DomainRecord>("domain", "own", "own", "doomed", Xo_PolicyApi_AddDomain,
+                               Xo_PolicyApi_GetDomain, Xo_PolicyApi_DeleteDomain)}) {
+      probes.insert(probes.end(), family.begin(), family.end());
+    }
+    return probes;
   }
 
   // Runs every probe as one administrator; a refused call changes nothing.

@@ -5,20 +5,19 @@
 #include <vector>
 
 #include "XoStoreCodes.h"
-#include "frame/Memory.h"
 #include "support/ApiTest.h"
+#include "support/Records.h"
+#include "support/ReturnedLists.h"
 
 namespace xo::test {
 namespace {
 
-using xo::store::kBusy;
 using xo::store::kTextTooLong;
 
 RuleRecord Record(const std::string& name, const std::string& realm) {
-  RuleRecord record;
-  std::memset(&record, 0, sizeof record);
-  std::strcpy(record.name, name.c_str());
-  std::strcpy(record.realmName, realm.c_str());
+  RuleRecord record = Zeroed<RuleRecord>();
+  Put(record.name, name);
+  Put(record.realmName, realm);
   return record;
 }
 
@@ -39,20 +38,12 @@ class RulesTest : public ApiTest {
     EXPECT_EQ(Xo_PolicyApi_AddRule(handle_, "sales", &record, update), 0);
     return CXoObjId(std::string(record.objectId));
   }
-
-  // The returned records, copied byte for byte with their links cleared.
-  int32_t GetRule(const std::string& name, std::vector<RuleRecord>& out,
-                  const char* realm = "web") {
-    RuleRecord* list = nullptr;
-    const int32_t rc = Xo_PolicyApi_GetRule(handle_, name.c_str(), realm, "sales", &list);
-    out.clear();
-    for (RuleRecord* record = list; record != nullptr; record = record->next) {
-      out.emplace_back();
-      std::memcpy(&out.back(), record, sizeof *record);
-      out.back().next = nullptr;
-    }
-    EXPECT_EQ(Xo_PolicyApi_FreeMemory(list), 0);
-    return rc;
+  int32_t GetRule(const std::string& name, std::vector<RuleRecord>& out) {
+    return CallGet(
+        [&](RuleRecord** list) {
+          return Xo_PolicyApi_GetRule(handle_, name.c_str(), "web", "sales", list);
+        },
+        out);
   }
 
   CXoObjId domain_;
@@ -62,10 +53,10 @@ class RulesTest : public ApiTest {
 TEST_F(RulesTest, AddedRuleReadsBackByteForByte) {
   RuleRecord record = Record("get", "web");
   record.recordType = 99;  // neither the tag nor the time text is read
-  std::strcpy(record.description, "reading pages");
-  std::strcpy(record.ruleText1, "GET");
-  std::strcpy(record.ruleText2, "/docs/*");
-  std::strcpy(record.timeText, "mon-fri");
+  Put(record.description, "reading pages");
+  Put(record.ruleText1, "GET");
+  Put(record.ruleText2, "/docs/*");
+  Put(record.timeText, "mon-fri");
   std::memset(record.ruleText3, 't', XO_TEXT_FIELD - 1);
   record.ruleFlag1 = 1;
   record.ruleFlag3 = 7;
@@ -91,7 +82,7 @@ TEST_F(RulesTest, AddedRuleReadsBackByteForByte) {
 TEST_F(RulesTest, UpdateRewritesTheOneRuleOfTheName) {
   const CXoObjId first = AddRule("get");
   RuleRecord record = Record("get", "web");
-  std::strcpy(record.description, "changed");
+  Put(record.description, "changed");
   ASSERT_EQ(Xo_PolicyApi_AddRule(handle_, "sales", &record, 1), 0);
   EXPECT_EQ(std::string(record.objectId), first.GetOidString());
   std::vector<RuleRecord> found;
@@ -144,7 +135,7 @@ TEST_F(RulesTest, NamesThatDoNotResolveAndBadInput) {
   EXPECT_EQ(Xo_PolicyApi_AddRule(handle_, "nowhere", &record, 0), XO_ERR_GENERAL);
   EXPECT_EQ(Xo_PolicyApi_AddRule(handle_, "sales", nullptr, 0), XO_ERR_GENERAL);
   for (const char* realm : {"", "mail"}) {
-    std::strcpy(record.realmName, realm);
+    Put(record.realmName, realm);
     const int32_t expected = *realm ? XO_ERR_GENERAL : XO_ERR_EMPTY_NAME;
     EXPECT_EQ(Xo_PolicyApi_AddRule(handle_, "sales", &record, 1), expected) << realm;
     EXPECT_EQ(Xo_PolicyApi_DeleteRule(handle_, "get", realm, "sales"), expected) << realm;
@@ -154,7 +145,7 @@ TEST_F(RulesTest, NamesThatDoNotResolveAndBadInput) {
   }
   std::memset(record.realmName, 'r', sizeof record.realmName);  // no terminator
   EXPECT_EQ(Xo_PolicyApi_AddRule(handle_, "sales", &record, 0), XO_ERR_REALM_SEARCH);
-  std::strcpy(record.realmName, "web");
+  Put(record.realmName, "web");
   std::memset(record.ruleText2, 't', sizeof record.ruleText2);
   EXPECT_EQ(Xo_PolicyApi_AddRule(handle_, "sales", &record, 1), Mapped(kTextTooLong));
 
@@ -167,11 +158,7 @@ TEST_F(RulesTest, NamesThatDoNotResolveAndBadInput) {
 }
 
 TEST_F(RulesTest, HandlesWithoutSessionAndRights) {
-  // The store message allocation of Login fails: a live handle, no session.
-  PolicyApiSession* sessionless = nullptr;
-  xo::frame::FailAllocationAt(2);
-  EXPECT_EQ(Login(kAdmin, kPassword, &sessionless), XO_ERR_GENERAL);
-  xo::frame::FailAllocationAt(0);
+  PolicyApiSession* sessionless = SessionlessLogin(2);  // the store message
   CXoObjId adminId;
   PolicyApiSession* ownAdmin = LoginAs("dana", XO_ADMIN_DOMAIN, &adminId);
   Store().AppendToDomainList(domain_, CXoObjDomain::Admins, adminId);
@@ -195,70 +182,41 @@ TEST_F(RulesTest, HandlesWithoutSessionAndRights) {
   EXPECT_EQ(Xo_PolicyApi_DeleteRule(ownAdmin, "get", "web", "sales"), 0);
 }
 
-TEST_F(RulesTest, StoreFailuresAreReportedAndChangeNothing) {
-  const auto opening = [](StoreOp op, int n) {
-    if (op == StoreOp::Search) return XO_ERR_DOMAIN_SEARCH;
-    if (op == StoreOp::SearchMultiple && n == 1) return XO_ERR_REALM_SEARCH;
-    if (op == StoreOp::ReadRights) return XO_ERR_GENERAL;
-    return Mapped(kBusy);
+TEST_F(RulesTest, StoreAndAllocationFailuresAreReportedAndChangeNothing) {
+  // The domain's search, the realm's, the rights; a realm that cannot be
+  // fetched is -1; a failed look-up for the update is passed over.
+  const std::vector<Answer> opening = {{StoreOp::Search, 0, XO_ERR_DOMAIN_SEARCH},
+                                       {StoreOp::SearchMultiple, 1, XO_ERR_REALM_SEARCH}};
+  const auto with = [&](std::vector<Answer> more) {
+    more.insert(more.end(), opening.begin(), opening.end());
+    return more;
   };
-  // A realm that cannot be fetched is -1; a failed look-up for the update
-  // is passed over.
   RuleRecord record = Record("get", "web");
-  const auto add = [&](uint8_t update) {
-    return SweepStoreFailures(
-        StoreOp::Any, kBusy,
-        [&] { return Xo_PolicyApi_AddRule(handle_, "sales", &record, update); },
-        [&](StoreOp op, int n) {
-          if (op == StoreOp::Fetch) return XO_ERR_GENERAL;
-          if (op == StoreOp::SearchMultiple && n == 2) return kAbsorbed;
-          return opening(op, n);
-        });
-  };
-  EXPECT_EQ(add(0), 5);
-  EXPECT_EQ(add(1), 6);
+  for (uint8_t update : {0, 1}) {
+    EXPECT_EQ(SweepBusy([&] { return Xo_PolicyApi_AddRule(handle_, "sales", &record, update); },
+                        with({{StoreOp::Fetch, 0, XO_ERR_GENERAL},
+                              {StoreOp::SearchMultiple, 2, kAbsorbed}})),
+              5 + update);
+  }
 
   Duplicate(CXoObjId(std::string(record.objectId)));
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy,
-                [&] {
-                  std::vector<RuleRecord> found;
-                  return GetRule("get", found);
-                },
-                [&](StoreOp op, int n) {
-                  // The second fetch reads the rule's realm name.
-                  if (op == StoreOp::Fetch && n % 2 == 0) return XO_ERR_GENERAL;
-                  return opening(op, n);
-                }),
+  std::vector<RuleRecord> found;
+  // The second fetch of each rule reads its realm's name.
+  EXPECT_EQ(SweepBusy([&] { return GetRule("get", found); },
+                      [&](StoreOp op, int n) {
+                        if (op == StoreOp::Fetch && n % 2 == 0) return XO_ERR_GENERAL;
+                        return Answers(opening)(op, n);
+                      }),
             8);
-  // A search that fails finds nothing to delete.
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy,
-                [&] { return Xo_PolicyApi_DeleteRule(handle_, "get", "web", "sales"); },
-                [&](StoreOp op, int n) {
-                  if (op == StoreOp::SearchMultiple && n == 2) return XO_ERR_RULE_SEARCH;
-                  if (op == StoreOp::Delete && n == 2) return kAbsorbed;
-                  return opening(op, n);
-                }),
-            6);
-}
-
-TEST_F(RulesTest, AllocationFailuresHandOutNoHalfList) {
-  Duplicate(AddRule("get"));
-  RuleRecord* untouched = reinterpret_cast<RuleRecord*>(this);
-  EXPECT_EQ(SweepAllocationFailures(
-                [&] {
-                  RuleRecord* list = untouched;
-                  const int32_t rc = Xo_PolicyApi_GetRule(handle_, "get", "web", "sales", &list);
-                  if (rc == 0) {
-                    Xo_PolicyApi_FreeMemory(list);
-                  } else {
-                    EXPECT_EQ(list, untouched);
-                  }
-                  return rc;
-                },
-                XO_ERR_GENERAL),
+  EXPECT_EQ(SweepListAllocations<RuleRecord>([&](RuleRecord** list) {
+              return Xo_PolicyApi_GetRule(handle_, "get", "web", "sales", list);
+            }),
             2);
+  // A search that fails finds nothing to delete.
+  EXPECT_EQ(SweepBusy([&] { return Xo_PolicyApi_DeleteRule(handle_, "get", "web", "sales"); },
+                      with({{StoreOp::SearchMultiple, 2, XO_ERR_RULE_SEARCH},
+                            {StoreOp::Delete, 2, kAbsorbed}})),
+            6);
 }
 
 }  // namespace

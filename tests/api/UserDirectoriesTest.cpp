@@ -5,22 +5,22 @@
 
 #include "XoStoreCodes.h"
 #include "support/ApiTest.h"
+#include "support/Records.h"
 #include "support/ReturnedLists.h"
 #include "support/StoreFile.h"
 
 namespace xo::test {
 namespace {
 
-using xo::store::kBusy;
 using Directories = std::vector<UserDirRecord>;
 using Names = std::vector<std::string>;
 
 UserDirRecord Record(const std::string& name,
                      const std::string& type = "LDAP:", const std::string& queryScheme = "") {
   UserDirRecord record{};
-  std::strcpy(record.name, name.c_str());
-  std::strcpy(record.directoryType, type.c_str());
-  std::strcpy(record.querySchemeName, queryScheme.c_str());
+  Put(record.name, name);
+  Put(record.directoryType, type);
+  Put(record.querySchemeName, queryScheme);
   return record;
 }
 
@@ -79,19 +79,10 @@ TEST_F(UserDirectoriesTest, CreatedDirectoryReadsBackByteForByteAndTheRecordIsNo
   record.int2 = 500;
   record.int3 = 2;
   record.flag1 = 1;
-  std::memset(record.objectId, 'x', sizeof record.objectId);
-  const UserDirRecord given = record;
-  ASSERT_EQ(Xo_PolicyApi_CreateUserDir(handle_, &record, 0), 0);
-  EXPECT_EQ(std::memcmp(&record, &given, sizeof record), 0);
-
-  const Directories found = Get("hr");
-  ASSERT_EQ(found.size(), 1u);
-  EXPECT_EQ(CXoObjId::ClassOf(found[0].objectId), XoObjId_UserDirectory);
-  UserDirRecord expected = given;
-  expected.recordType = UserDirRecordType;
-  std::memset(expected.objectId, 0, sizeof expected.objectId);
-  std::strcpy(expected.objectId, found[0].objectId);
-  EXPECT_EQ(std::memcmp(&found[0], &expected, sizeof expected), 0);
+  ExpectAddedAsGiven(
+      record, [&](auto* r) { return Xo_PolicyApi_CreateUserDir(handle_, r, 0); },
+      [&](auto** list) { return Xo_PolicyApi_GetUserDir(handle_, "hr", list); }, UserDirRecordType,
+      XoObjId_UserDirectory);
 }
 
 TEST_F(UserDirectoriesTest, OnlyTheExactOdbcTypeNamesAQueryScheme) {
@@ -206,67 +197,43 @@ TEST_F(UserDirectoriesTest, SearchOrderIsReplacedWholeWhenTheLengthMatches) {
   EXPECT_EQ(Snapshot(), before);
 }
 
-TEST_F(UserDirectoriesTest, StoreFailuresAreMappedAndChangeNothing) {
-  // Searches that resolve names give their kind's code (the others are
-  // mapped); the rights read failing is a refusal; a failed fetch of a
+TEST_F(UserDirectoriesTest, StoreAndAllocationFailuresAreMappedAndChangeNothing) {
+  // Searches that resolve names give their kind's code; a failed fetch of a
   // name read back is -1.
-  const auto expect = [](std::vector<int32_t> searchCodes, bool namesFetched = false) {
-    return [=](StoreOp op, int n) {
-      if (op == StoreOp::ReadRights) return XO_ERR_GENERAL;
-      if (op == StoreOp::Search && n <= int(searchCodes.size())) return searchCodes[n - 1];
-      if (op == StoreOp::Fetch && n > 1 && namesFetched) return XO_ERR_GENERAL;
-      return Mapped(kBusy);
-    };
-  };
+  const Answer odbc = {StoreOp::Search, 1, XO_ERR_ODBC_QUERY_SEARCH};
+  const Answer domain = {StoreOp::Search, 1, XO_ERR_DOMAIN_SEARCH};
+  const Answer dir = {StoreOp::Search, 2, XO_ERR_USERDIR_SEARCH};
+  const Answer namesFetched = {StoreOp::Fetch, 0, XO_ERR_GENERAL};
+  const Answer firstFetch = {StoreOp::Fetch, 1, Mapped(xo::store::kBusy)};
   const UserDirRecord hr = Record("hr", "ODBC:", "hr queries");
   Store().OdbcQuery("hr queries");
   Store().UserDirectory("corporate");
-  const int32_t kOdbc = XO_ERR_ODBC_QUERY_SEARCH, kDomain = XO_ERR_DOMAIN_SEARCH,
-                kDir = XO_ERR_USERDIR_SEARCH;
   Directories found;
   Names names;
 
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return Create(hr); }, expect({kOdbc})),
-            3);
+  EXPECT_EQ(SweepBusy([&] { return Create(hr); }, {odbc}), 3);
   // With the update flag a failed look-up of the name only means a new directory.
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return Create(hr, 1); }, expect({kOdbc, kAbsorbed})),
-            4);
+  EXPECT_EQ(SweepBusy([&] { return Create(hr, 1); }, {odbc, {StoreOp::Search, 2, kAbsorbed}}), 4);
   // The second fetch reads the query scheme's name.
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return Get("hr", found); }, expect({}, true)),
-            4);
+  EXPECT_EQ(SweepBusy([&] { return Get("hr", found); }, {firstFetch, namesFetched}), 4);
   ASSERT_EQ(Add("hr"), 0);
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return Remove("hr"); }, expect({kDomain, kDir})),
-            5);
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return Add("corporate"); }, expect({kDomain, kDir})),
-            5);
+  EXPECT_EQ(SweepBusy([&] { return Remove("hr"); }, {domain, dir}), 5);
+  EXPECT_EQ(SweepBusy([&] { return Add("corporate"); }, {domain, dir}), 5);
   ASSERT_EQ(Add("hr"), 0);
   // The domain is fetched whole, then each directory for its name.
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy, [&] { return Order(names); }, expect({kDomain}, true)),
-            5);
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::Any, kBusy,
+  EXPECT_EQ(SweepBusy([&] { return Order(names); }, {domain, firstFetch, namesFetched}), 5);
+  EXPECT_EQ(SweepBusy(
                 [&] {
                   return SetOrder({"hr", "corporate"});
                 },
-                expect({kDomain, kDir, kDir})),
+                {domain, dir, {StoreOp::Search, 3, XO_ERR_USERDIR_SEARCH}}),
             6);
-}
 
-TEST_F(UserDirectoriesTest, AllocationFailuresHandOutNothing) {
   Duplicate(Store().UserDirectory("twin"));
   Store().AppendToDomainList(sales_, CXoObjDomain::UserDirectories, Store().UserDirectory("a"));
-  Store().AppendToDomainList(sales_, CXoObjDomain::UserDirectories, Store().UserDirectory("b"));
-  Directories found;
-  Names names;
   EXPECT_EQ(SweepAllocationFailures([&] { return Get("twin", found); }, XO_ERR_GENERAL), 2);
-  // The array, then each of the two names.
-  EXPECT_EQ(SweepAllocationFailures([&] { return Order(names); }, XO_ERR_GENERAL), 3);
+  // The array, then each of the domain's names.
+  EXPECT_EQ(SweepAllocationFailures([&] { return Order(names); }, XO_ERR_GENERAL), 4);
 }
 
 }  // namespace

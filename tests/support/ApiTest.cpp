@@ -1,6 +1,7 @@
 #include "support/ApiTest.h"
 
 #include "StoreBackend.h"
+#include "XoStoreCodes.h"
 #include "frame/Memory.h"
 #include "frame/ResultCodes.h"
 #include "support/Environment.h"
@@ -9,6 +10,26 @@
 namespace xo::test {
 
 int32_t Mapped(int32_t storeCode) { return xo::frame::MapStoreResult(storeCode); }
+
+const int32_t ApiTest::kBusyCode = xo::store::kBusy;
+
+ApiTest::Expectation ApiTest::Answers(std::vector<Answer> answers) {
+  return [answers = std::move(answers)](StoreOp op, int n) {
+    for (const Answer& a : answers) {
+      if (a.op == op && (a.ordinal == 0 || a.ordinal == n)) return a.code;
+    }
+    return op == StoreOp::ReadRights ? XO_ERR_GENERAL : Mapped(xo::store::kBusy);
+  };
+}
+
+PolicyApiSession* ApiTest::SessionlessLogin(int allocation) {
+  PolicyApiSession* handle = nullptr;
+  xo::frame::FailAllocationAt(allocation);
+  EXPECT_EQ(Login(kAdmin, kPassword, &handle), XO_ERR_GENERAL);
+  xo::frame::FailAllocationAt(0);
+  EXPECT_NE(handle, nullptr);
+  return handle;
+}
 
 void ApiTest::SetUp() {
   directory_ = MakeScratchDirectory();

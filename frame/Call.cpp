@@ -1,12 +1,19 @@
 #include "frame/Call.h"
 
+#include "XoObjStore.h"
 #include "frame/Resolve.h"
 #include "frame/Rights.h"
 
 namespace xo::frame {
 
+Call::~Call() {
+  if (snapshot_) CXoObjStore::EndReadSnapshot(Sid());
+}
+
 int32_t Call::Open(const PolicyApiSession* handle, std::initializer_list<const void*> required) {
   if (int32_t rc = CheckHandle(handle, session_); rc != XO_OK) return rc;
+  CXoObjStore::BeginReadSnapshot(Sid());
+  snapshot_ = true;
   for (const void* pointer : required) {
     if (pointer == nullptr) return XO_ERR_GENERAL;
   }

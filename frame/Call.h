@@ -14,8 +14,16 @@ namespace xo::frame {
 
 class Call {
  public:
+  Call() = default;
+  Call(const Call&) = delete;
+  Call& operator=(const Call&) = delete;
+  // Ends the read snapshot that Open began.
+  ~Call();
+
   // The handle check (-25, or -1 without a session), then -1 when a record
   // or output pointer the call needs is null. Nothing is touched on failure.
+  // From a good handle on, the call's reads share one view of the store
+  // until its first write.
   int32_t Open(const PolicyApiSession* handle, std::initializer_list<const void*> required = {});
 
   // MANAGE on RootObjectId, for objects that live outside domains.
@@ -38,6 +46,7 @@ class Call {
  private:
   CXoAdmSession* session_ = nullptr;
   CXoObjId domain_;
+  bool snapshot_ = false;
 };
 
 }  // namespace xo::frame

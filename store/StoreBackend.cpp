@@ -9,6 +9,8 @@ namespace xo::store {
 IStoreBackend::~IStoreBackend() = default;
 
 void IStoreBackend::ExpectFetches(const CXoObjIdArray&, const std::string&) {}
+void IStoreBackend::BeginReadSnapshot(const std::string&) {}
+void IStoreBackend::EndReadSnapshot(const std::string&) {}
 
 StoreLocation ResolveLocation(const std::string& uri) {
   std::string value = uri.empty() ? platform::GetEnv("XO_POLICY_STORE") : uri;

@@ -87,6 +87,10 @@ class IStoreBackend {
   // object when it is fetched.
   virtual void ExpectFetches(const CXoObjIdArray& ids, const std::string& sessionId);
 
+  // See CXoObjStore::BeginReadSnapshot; a backend may ignore both.
+  virtual void BeginReadSnapshot(const std::string& sessionId);
+  virtual void EndReadSnapshot(const std::string& sessionId);
+
   // A transaction spanning several operations of one session.
   virtual int32_t BeginTransaction(const std::string& sessionId) = 0;
   virtual int32_t CommitTransaction(const std::string& sessionId) = 0;

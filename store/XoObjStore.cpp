@@ -159,6 +159,14 @@ void CXoObjStore::ExpectFetches(const CXoObjIdArray& ids, const std::string& ses
   if (IStoreBackend* backend = Backend()) backend->ExpectFetches(ids, sessionId);
 }
 
+void CXoObjStore::BeginReadSnapshot(const std::string& sessionId) {
+  if (IStoreBackend* backend = Backend()) backend->BeginReadSnapshot(sessionId);
+}
+
+void CXoObjStore::EndReadSnapshot(const std::string& sessionId) {
+  if (IStoreBackend* backend = Backend()) backend->EndReadSnapshot(sessionId);
+}
+
 int32_t CXoObjStore::RollbackTransaction(const std::string& sessionId) {
   XO_REQUIRE_BACKEND();
   return backend->RollbackTransaction(sessionId);

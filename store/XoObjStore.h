@@ -51,6 +51,13 @@ class CXoObjStore {
   // does any change the session makes.
   static void ExpectFetches(const CXoObjIdArray& ids, const std::string& sessionId);
 
+  // From now until the session writes or ends it, the session's reads see one
+  // state of the store, read in one transaction: the reads of one call then
+  // take the file's locks once instead of once each. Nothing happens inside
+  // a transaction of the session's own.
+  static void BeginReadSnapshot(const std::string& sessionId);
+  static void EndReadSnapshot(const std::string& sessionId);
+
   // Groups the following operations of the session into one transaction.
   static int32_t BeginTransaction(const std::string& sessionId);
   static int32_t CommitTransaction(const std::string& sessionId);

@@ -135,7 +135,20 @@ void Connection::Exec(const char* sql) {
   if (rc != SQLITE_OK) throw StoreError{MapSqliteError(rc)};
 }
 
+void Connection::BeginSnapshot() noexcept {
+  if (sessionTransaction_ || snapshot_ || operationOpen_) return;
+  snapshot_ = sqlite3_exec(db_, "BEGIN", nullptr, nullptr, nullptr) == SQLITE_OK;
+}
+
+void Connection::EndSnapshot() noexcept {
+  if (!snapshot_) return;
+  snapshot_ = false;
+  // Nothing was written: ending it is only giving the read lock back.
+  if (!sqlite3_get_autocommit(db_)) sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
+}
+
 void Connection::BeginWrite() {
+  EndSnapshot();
   if (sessionTransaction_) {
     Use savepoint(Prepare("SAVEPOINT xo_operation"));
     savepoint->Step();
@@ -149,6 +162,7 @@ void Connection::BeginWrite() {
 }
 
 void Connection::BeginRead() {
+  if (snapshot_) return;  // the snapshot's transaction serves the read
   if (sessionTransaction_) {
     Use savepoint(Prepare("SAVEPOINT xo_operation"));
     savepoint->Step();
@@ -180,6 +194,7 @@ void Connection::Rollback() {
 
 void Connection::BeginSessionTransaction() {
   if (sessionTransaction_) throw StoreError{kTransaction};
+  EndSnapshot();
   Exec("BEGIN IMMEDIATE");
   sessionTransaction_ = true;
 }

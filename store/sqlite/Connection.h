@@ -79,6 +79,12 @@ class Connection {
   void Rollback();
   bool InOperation() const { return operationOpen_; }
 
+  // A read transaction held across operations (see
+  // CXoObjStore::BeginReadSnapshot). A write, or a session transaction,
+  // ends it first. Failing to begin it leaves every read its own transaction.
+  void BeginSnapshot() noexcept;
+  void EndSnapshot() noexcept;
+
   void BeginSessionTransaction();
   void CommitSessionTransaction();
   void RollbackSessionTransaction();
@@ -98,6 +104,7 @@ class Connection {
   bool operationOpen_ = false;
   bool operationIsSavepoint_ = false;
   bool sessionTransaction_ = false;
+  bool snapshot_ = false;
 };
 
 }  // namespace xo::store::sqlite

@@ -325,6 +325,14 @@ int32_t SqliteBackend::FetchProperty(CXoObjBase& object, uint32_t prop, XoPropVa
              [&](ObjectStore& store) { out = store.ReadProperty(object, prop); });
 }
 
+void SqliteBackend::BeginReadSnapshot(const std::string& sessionId) {
+  if (Connection* connection = SessionConnection(sessionId)) connection->BeginSnapshot();
+}
+
+void SqliteBackend::EndReadSnapshot(const std::string& sessionId) {
+  if (Connection* connection = SessionConnection(sessionId)) connection->EndSnapshot();
+}
+
 void SqliteBackend::ExpectFetches(const CXoObjIdArray& ids, const std::string& sessionId) {
   if (Connection* connection = SessionConnection(sessionId)) {
     try {

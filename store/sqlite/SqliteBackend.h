@@ -43,6 +43,8 @@ class SqliteBackend : public IStoreBackend {
                        const std::string& sessionId) override;
 
   void ExpectFetches(const CXoObjIdArray& ids, const std::string& sessionId) override;
+  void BeginReadSnapshot(const std::string& sessionId) override;
+  void EndReadSnapshot(const std::string& sessionId) override;
 
   int32_t BeginTransaction(const std::string& sessionId) override;
   int32_t CommitTransaction(const std::string& sessionId) override;

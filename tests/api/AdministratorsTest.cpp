@@ -26,11 +26,10 @@ AdminRecord Record(const std::string& name, const std::string& password = "secre
   return record;
 }
 
-class AdministratorsTest : public ApiTest {
+class AdministratorsTest : public SalesApiTest {
  protected:
   void SetUp() override {
-    ApiTest::SetUp();
-    sales_ = Store().Domain("sales");
+    SalesApiTest::SetUp();
     support_ = Store().Domain("support");
   }
   CXoObjId Add(AdminRecord record, uint8_t update = 0, int32_t expected = 0) {
@@ -58,7 +57,7 @@ class AdministratorsTest : public ApiTest {
     return object.GetDomains();
   }
 
-  CXoObjId sales_, support_;
+  CXoObjId support_;
 };
 
 TEST_F(AdministratorsTest, AddedAdministratorReadsBackByteForByteAndCanLogIn) {

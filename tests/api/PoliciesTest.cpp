@@ -21,12 +21,8 @@ PolicyRecord Record(const char* name, const char* description = "", uint8_t flag
   return record;
 }
 
-class PoliciesTest : public ApiTest {
+class PoliciesTest : public SalesApiTest {
  protected:
-  void SetUp() override {
-    ApiTest::SetUp();
-    domain_ = Store().Domain("sales");
-  }
   CXoObjId Add(PolicyRecord record, uint8_t update = 0) {
     EXPECT_EQ(Xo_PolicyApi_AddPolicy(handle_, "sales", &record, update), 0);
     return CXoObjId(std::string(record.objectId));
@@ -37,8 +33,6 @@ class PoliciesTest : public ApiTest {
         [&](PolicyRecord** list) { return Xo_PolicyApi_GetPolicy(handle_, name, "sales", list); },
         found != nullptr ? *found : ignored);
   }
-
-  CXoObjId domain_;
 };
 
 TEST_F(PoliciesTest, AddedPolicyReadsBackByteForByteAndIsAlwaysEnabled) {
@@ -47,7 +41,7 @@ TEST_F(PoliciesTest, AddedPolicyReadsBackByteForByteAndIsAlwaysEnabled) {
   ASSERT_TRUE(Store().Load(id, stored));
   EXPECT_TRUE(stored.GetEnabled());
   EXPECT_TRUE(stored.GetTime().IsEmpty());
-  EXPECT_EQ(stored.GetDomainOid(), domain_);
+  EXPECT_EQ(stored.GetDomainOid(), sales_);
 
   std::vector<PolicyRecord> found;
   ASSERT_EQ(Get("staff", &found), 0);
@@ -66,8 +60,8 @@ TEST_F(PoliciesTest, UpdateRewritesByNameAndEveryPolicyOfANameIsReadAndDeleted) 
   EXPECT_EQ(Xo_PolicyApi_AddPolicy(handle_, "sales", &taken, 0), Mapped(xo::store::kNameTaken));
 
   const CXoObjId twin = Duplicate(id);
-  CXoObjPolicyLink link(Store().Rule(domain_, Store().Realm(domain_, "web"), "get"), NullObjectId,
-                        id, domain_);
+  CXoObjPolicyLink link(Store().Rule(sales_, Store().Realm(sales_, "web"), "get"), NullObjectId, id,
+                        sales_);
   Store().Save(link);
   std::vector<PolicyRecord> found;
   ASSERT_EQ(Get("staff", &found), 0);
@@ -84,25 +78,54 @@ TEST_F(PoliciesTest, UpdateRewritesByNameAndEveryPolicyOfANameIsReadAndDeleted) 
   EXPECT_TRUE(found.empty());
 }
 
+// Policies and responses alike.
 TEST_F(PoliciesTest, RefusedCallsChangeNothing) {
   Add(Record("staff"));
+  ResponseRecord response = Zeroed<ResponseRecord>();
+  Put(response.name, "welcome");
+  Put(response.agentTypeName, "HTTP Agent");
+  ASSERT_EQ(Xo_PolicyApi_AddResponse(handle_, "sales", &response, 0), 0);
   CXoObjId danaId;
   PolicyApiSession* dana = LoginAs("dana", XO_ADMIN_DOMAIN, &danaId);
   Store().AppendToDomainList(Store().Domain("other"), CXoObjDomain::Admins, danaId);
   PolicyRecord record = Record("new");
   PolicyRecord unterminated = Record("new");
   std::memset(unterminated.policyText2, 't', sizeof unterminated.policyText2);
+  Put(response.name, "new");
+  const auto addResponse = [&](void (*change)(ResponseRecord&)) {
+    ResponseRecord changed = response;
+    change(changed);
+    return Xo_PolicyApi_AddResponse(handle_, "sales", &changed, 0);
+  };
+  const std::string longName(1500, 'n');
 
   const std::string before = Snapshot();
   EXPECT_EQ(Xo_PolicyApi_AddPolicy(dana, "sales", &record, 0), XO_ERR_GENERAL);
   EXPECT_EQ(Xo_PolicyApi_DeletePolicy(dana, "staff", "sales"), XO_ERR_GENERAL);
   EXPECT_EQ(Xo_PolicyApi_GetPolicy(dana, "staff", "sales", nullptr), XO_ERR_GENERAL);
+  EXPECT_EQ(Xo_PolicyApi_AddResponse(dana, "sales", &response, 0), XO_ERR_GENERAL);
+  EXPECT_EQ(Xo_PolicyApi_DeleteResponse(dana, "welcome", "sales"), XO_ERR_GENERAL);
+  EXPECT_EQ(Xo_PolicyApi_GetResponse(dana, "welcome", "sales", nullptr), XO_ERR_GENERAL);
   EXPECT_EQ(Xo_PolicyApi_AddPolicy(handle_, "sales", nullptr, 0), XO_ERR_GENERAL);
+  EXPECT_EQ(Xo_PolicyApi_AddResponse(handle_, "sales", nullptr, 0), XO_ERR_GENERAL);
   EXPECT_EQ(Xo_PolicyApi_AddPolicy(handle_, nullptr, &record, 0), XO_ERR_EMPTY_NAME);
+  EXPECT_EQ(Xo_PolicyApi_AddResponse(handle_, "", &response, 0), XO_ERR_EMPTY_NAME);
   EXPECT_EQ(Xo_PolicyApi_AddPolicy(handle_, "unknown", &record, 0), XO_ERR_GENERAL);
+  EXPECT_EQ(addResponse([](ResponseRecord& r) { Put(r.agentTypeName, ""); }), XO_ERR_EMPTY_NAME);
+  EXPECT_EQ(addResponse([](ResponseRecord& r) { Put(r.agentTypeName, "Telnet Agent"); }),
+            XO_ERR_GENERAL);
+  EXPECT_EQ(addResponse([](ResponseRecord& r) { Unterminated(r.description); }),
+            Mapped(xo::store::kTextTooLong));
   EXPECT_EQ(Xo_PolicyApi_AddPolicy(handle_, "sales", &unterminated, 1),
             Mapped(xo::store::kTextTooLong));
-  EXPECT_EQ(Get(std::string(1500, 'n').c_str()), Mapped(xo::store::kTextTooLong));
+  EXPECT_EQ(Get(longName.c_str()), Mapped(xo::store::kTextTooLong));
+  std::vector<ResponseRecord> responses;
+  EXPECT_EQ(CallGet(
+                [&](ResponseRecord** list) {
+                  return Xo_PolicyApi_GetResponse(handle_, longName.c_str(), "sales", list);
+                },
+                responses),
+            Mapped(xo::store::kTextTooLong));
   EXPECT_EQ(Snapshot(), before);
   EXPECT_EQ(record.objectId[0], '\0');
 }

@@ -40,17 +40,16 @@ std::vector<StoreAnswer> LinkAnswers(std::vector<StoreAnswer> more) {
   return more;
 }
 
-class PolicyLinksTest : public ApiTest {
+class PolicyLinksTest : public SalesApiTest {
  protected:
   void SetUp() override {
-    ApiTest::SetUp();
-    domain_ = Store().Domain("sales");
-    rule_ = Store().Rule(domain_, Store().Realm(domain_, "web"), "get");
-    Store().Rule(domain_, Store().Realm(domain_, "mail"), "get");
-    Store().RuleGroup(domain_, "all rules");
-    Store().Response(domain_, "welcome");
-    Store().ResponseGroup(domain_, "greetings");
-    policy_ = Store().Policy(domain_, "staff");
+    SalesApiTest::SetUp();
+    rule_ = Store().Rule(sales_, Store().Realm(sales_, "web"), "get");
+    Store().Rule(sales_, Store().Realm(sales_, "mail"), "get");
+    Store().RuleGroup(sales_, "all rules");
+    Store().Response(sales_, "welcome");
+    Store().ResponseGroup(sales_, "greetings");
+    policy_ = Store().Policy(sales_, "staff");
   }
   int32_t Add(const std::string& realm, const std::string& rule, const std::string& response = "",
               const char* policy = "staff") {
@@ -92,7 +91,7 @@ class PolicyLinksTest : public ApiTest {
     return bindings;
   }
 
-  CXoObjId domain_, rule_, policy_;
+  CXoObjId rule_, policy_;
 };
 
 TEST_F(PolicyLinksTest, LinksReadBackByteForByte) {
@@ -102,7 +101,7 @@ TEST_F(PolicyLinksTest, LinksReadBackByteForByte) {
   ASSERT_TRUE(Store().Load(CXoObjId(std::string(record.objectId)), stored));
   EXPECT_EQ(stored.GetRuleOid(), rule_);
   EXPECT_EQ(stored.GetPolicyOid(), policy_);
-  EXPECT_EQ(stored.GetDomainOid(), domain_);
+  EXPECT_EQ(stored.GetDomainOid(), sales_);
   ASSERT_EQ(Add("web", "all rules", "greetings"), 0);
   ASSERT_EQ(Add("mail", "get"), 0);
 

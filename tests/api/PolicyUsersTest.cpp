@@ -24,11 +24,10 @@ UserEntryRecord Entry(const std::string& entry, const std::string& detail, int32
   return record;
 }
 
-class PolicyUsersTest : public ApiTest {
+class PolicyUsersTest : public SalesApiTest {
  protected:
   void SetUp() override {
-    ApiTest::SetUp();
-    sales_ = Store().Domain("sales");
+    SalesApiTest::SetUp();
     Store().Policy(sales_, "staff");
     Store().Policy(sales_, "guests");
     CXoObjODBCQuery queries = odbc_.QueryScheme();
@@ -65,7 +64,6 @@ class PolicyUsersTest : public ApiTest {
   }
 
   OdbcUsers odbc_;
-  CXoObjId sales_;
 };
 
 TEST_F(PolicyUsersTest, AttachedEntriesListBackByteForByte) {

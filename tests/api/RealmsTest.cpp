@@ -25,11 +25,10 @@ RealmRecord Record(const std::string& name, const std::string& parent = "") {
   return record;
 }
 
-class RealmsTest : public ApiTest {
+class RealmsTest : public SalesApiTest {
  protected:
   void SetUp() override {
-    ApiTest::SetUp();
-    domain_ = Store().Domain("sales");
+    SalesApiTest::SetUp();
     // A RADIUS agent, so that a realm's type visibly comes from its agent.
     CXoObjDevice agent("gateway", "", "", "", WellKnownObjectId16B, 0);
     Store().Save(agent);
@@ -58,8 +57,6 @@ class RealmsTest : public ApiTest {
   std::vector<std::string> Commands() {
     return QueryStoreFile(StorePath(), "SELECT command, argument FROM server_command ORDER BY seq");
   }
-
-  CXoObjId domain_;
 };
 
 TEST_F(RealmsTest, AddedRealmsReadBackWithTheirReferencesNamed) {
@@ -81,7 +78,7 @@ TEST_F(RealmsTest, AddedRealmsReadBackWithTheirReferencesNamed) {
   CXoObjRealm stored;
   ASSERT_TRUE(Store().Load(id, stored));
   EXPECT_EQ(stored.GetAgentTypeOid(), WellKnownObjectId16B);
-  EXPECT_EQ(stored.GetParentOid(), domain_);
+  EXPECT_EQ(stored.GetParentOid(), sales_);
 
   // A realm under the domain reads back the domain's name as its parent.
   RealmRecord expected;
@@ -185,7 +182,7 @@ TEST_F(RealmsTest, WithoutADomainEveryDomainIsSearchedOnSystemRights) {
 
   CXoObjId adminId;
   PolicyApiSession* dana = LoginAs("dana", XO_ADMIN_DOMAIN, &adminId);
-  Store().AppendToDomainList(domain_, CXoObjDomain::Admins, adminId);
+  Store().AppendToDomainList(sales_, CXoObjDomain::Admins, adminId);
   EXPECT_EQ(GetRealm(dana, "web", "sales", found), 0);
   EXPECT_EQ(found.size(), 1u);
   EXPECT_EQ(GetRealm(dana, "web", "", found), XO_ERR_GENERAL);
@@ -204,7 +201,7 @@ TEST_F(RealmsTest, DeletingARealmDeletesItsRulesAndChildRealms) {
   AddRealm("docs", "web");
   const CXoObjId web(std::string(TheRealm("web").objectId));
   const CXoObjId docs(std::string(TheRealm("docs").objectId));
-  const CXoObjId rule = Store().Rule(domain_, docs, "get");
+  const CXoObjId rule = Store().Rule(sales_, docs, "get");
   const CXoObjId support = Store().Domain("support");
   const CXoObjId elsewhere = Store().Realm(support, "web");
 

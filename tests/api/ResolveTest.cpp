@@ -15,12 +15,11 @@ namespace {
 
 using namespace xo::frame;
 
-class ResolveTest : public ApiTest {
+class ResolveTest : public SalesApiTest {
  protected:
   void SetUp() override {
-    ApiTest::SetUp();
-    domain_ = Store().Domain("sales");
-    realm_ = Store().Realm(domain_, "web");
+    SalesApiTest::SetUp();
+    realm_ = Store().Realm(sales_, "web");
   }
 
   struct Kind {
@@ -32,7 +31,7 @@ class ResolveTest : public ApiTest {
 
   std::vector<Kind> Kinds() {
     const CXoAdmSession& s = Store().Session();
-    const CXoObjId d = domain_, r = realm_;
+    const CXoObjId d = sales_, r = realm_;
     auto system = [&s](auto resolver) {
       return [&s, resolver](const std::string& n, CXoObjId& id) { return resolver(s, n, id); };
     };
@@ -62,7 +61,7 @@ class ResolveTest : public ApiTest {
     };
   }
 
-  CXoObjId domain_, realm_;
+  CXoObjId realm_;
 };
 
 TEST_F(ResolveTest, EachKindResolvesItsNameOrSaysWhyNot) {
@@ -77,9 +76,9 @@ TEST_F(ResolveTest, EachKindResolvesItsNameOrSaysWhyNot) {
     EXPECT_EQ(kind.resolve(name, id), 0) << kind.what;
     EXPECT_EQ(id.GetOidString(), kind.stored.GetOidString()) << kind.what;
 
-    id = domain_;
+    id = sales_;
     EXPECT_EQ(kind.resolve("missing", id), XO_ERR_GENERAL) << kind.what;
-    EXPECT_EQ(id, domain_) << kind.what;
+    EXPECT_EQ(id, sales_) << kind.what;
 
     Faults().StartRecording();
     EXPECT_EQ(kind.resolve("", id), XO_ERR_EMPTY_NAME) << kind.what;
@@ -93,21 +92,21 @@ TEST_F(ResolveTest, EachKindResolvesItsNameOrSaysWhyNot) {
 }
 
 TEST_F(ResolveTest, NamesFoundTwiceAreAmbiguous) {
-  const CXoObjId rule = Store().Rule(domain_, realm_, "get");
+  const CXoObjId rule = Store().Rule(sales_, realm_, "get");
   Duplicate(rule);
   CXoObjId id = realm_;
-  EXPECT_EQ(ResolveRule(Store().Session(), "get", domain_, realm_, id), XO_ERR_GENERAL);
+  EXPECT_EQ(ResolveRule(Store().Session(), "get", sales_, realm_, id), XO_ERR_GENERAL);
   EXPECT_EQ(id, realm_);
 }
 
 TEST_F(ResolveTest, RulesAreNamedWithinTheirRealm) {
-  const CXoObjId otherRealm = Store().Realm(domain_, "mail");
-  const CXoObjId first = Store().Rule(domain_, realm_, "get");
-  const CXoObjId second = Store().Rule(domain_, otherRealm, "get");
+  const CXoObjId otherRealm = Store().Realm(sales_, "mail");
+  const CXoObjId first = Store().Rule(sales_, realm_, "get");
+  const CXoObjId second = Store().Rule(sales_, otherRealm, "get");
   CXoObjId id;
-  EXPECT_EQ(ResolveRule(Store().Session(), "get", domain_, realm_, id), 0);
+  EXPECT_EQ(ResolveRule(Store().Session(), "get", sales_, realm_, id), 0);
   EXPECT_EQ(id, first);
-  EXPECT_EQ(ResolveRule(Store().Session(), "get", domain_, otherRealm, id), 0);
+  EXPECT_EQ(ResolveRule(Store().Session(), "get", sales_, otherRealm, id), 0);
   EXPECT_EQ(id, second);
   EXPECT_EQ(ResolveRule(Store().Session(), "get", Store().Domain("other"), realm_, id),
             XO_ERR_GENERAL);
@@ -135,20 +134,20 @@ TEST_F(ResolveTest, TheLastDictionaryAttributeThatCanBeFetchedWins) {
 
 TEST_F(ResolveTest, ReadersTurnIdentifiersBackIntoNames) {
   const CXoAdmSession& s = Store().Session();
-  const CXoObjId rule = Store().Rule(domain_, realm_, "get");
+  const CXoObjId rule = Store().Rule(sales_, realm_, "get");
   using Reader = int32_t (*)(const CXoAdmSession&, const CXoObjId&, std::string&);
   const std::vector<std::tuple<CXoObjId, std::string, Reader>> readers = {
-      {domain_, "sales", DomainName},
+      {sales_, "sales", DomainName},
       {realm_, "web", RealmName},
       {Store().Scheme("target"), "target", SchemeName},
       {Store().UserDirectory("target"), "target", UserDirectoryName},
       {Store().Agent("target"), "target", AgentName},
-      {Store().Response(domain_, "target"), "target", ResponseName},
-      {Store().Policy(domain_, "target"), "target", PolicyName},
+      {Store().Response(sales_, "target"), "target", ResponseName},
+      {Store().Policy(sales_, "target"), "target", PolicyName},
       {Store().DictionaryAttr("target"), "target", DictionaryAttrName},
       {Store().OdbcQuery("target"), "target", OdbcQueryName},
-      {Store().RuleGroup(domain_, "target"), "target", RuleGroupName},
-      {Store().ResponseGroup(domain_, "target"), "target", ResponseGroupName},
+      {Store().RuleGroup(sales_, "target"), "target", RuleGroupName},
+      {Store().ResponseGroup(sales_, "target"), "target", ResponseGroupName},
       {Store().AgentGroup("target"), "target", AgentGroupName},
   };
   for (const auto& [id, expected, read] : readers) {
@@ -170,7 +169,7 @@ TEST_F(ResolveTest, ReadersTurnIdentifiersBackIntoNames) {
 
 TEST_F(ResolveTest, ClassChecksComeBeforeTheStore) {
   const CXoAdmSession& s = Store().Session();
-  const CXoObjId group = Store().RuleGroup(domain_, "group");
+  const CXoObjId group = Store().RuleGroup(sales_, "group");
   std::string name = "unchanged";
   Faults().StartRecording();
   EXPECT_EQ(RuleName(s, group, name), XO_ERR_WRONG_CLASS);

@@ -24,13 +24,12 @@ ResponseAttrRecord Record(const std::string& name, const std::string& value, int
   return record;
 }
 
-class ResponseAttrsTest : public ApiTest {
+class ResponseAttrsTest : public SalesApiTest {
  protected:
   void SetUp() override {
-    ApiTest::SetUp();
-    domain_ = Store().Domain("sales");
-    Store().Response(domain_, "other");
-    Store().Response(domain_, "welcome");
+    SalesApiTest::SetUp();
+    Store().Response(sales_, "other");
+    Store().Response(sales_, "welcome");
   }
   int32_t Add(const char* response, const std::string& name, const std::string& value) {
     ResponseAttrRecord record = Record(name, value);
@@ -70,8 +69,6 @@ class ResponseAttrsTest : public ApiTest {
     }
     return op == StoreOp::Fetch && n == 1 ? XO_ERR_RESPONSE_ATTR_SEARCH : Mapped(kBusy);
   }
-
-  CXoObjId domain_;
 };
 
 TEST_F(ResponseAttrsTest, ValuesReadBackByteForByteInTheOrderAdded) {

@@ -1,6 +1,7 @@
-// Agents and authentication schemes, the system objects found by name alone:
-// adding and rewriting them, reading them back, and deleting them by name.
-// What the two families share runs as one typed suite.
+// Agents, authentication schemes, ODBC query schemes and user directories,
+// the system objects found by name alone: adding and rewriting them, reading
+// them back, and deleting them by name. What the families share runs as one
+// typed suite.
 #include <cstring>
 #include <string>
 #include <vector>
@@ -9,6 +10,7 @@
 #include "support/ApiTest.h"
 #include "support/Records.h"
 #include "support/ReturnedLists.h"
+#include "support/StoreFile.h"
 
 namespace xo::test {
 namespace {
@@ -16,29 +18,42 @@ namespace {
 using xo::store::kTextTooLong;
 using Answer = StoreAnswer;
 
-struct Agents {
-  using Record = AgentRecord;
+// A family's record and functions. Unless a family says otherwise, its
+// records are written back, not audited, and take two store calls to add and
+// three to update, read or delete, each failure giving the mapped code.
+template <class R, auto AddFn, auto GetFn, auto DeleteFn>
+struct Family {
+  using Record = R;
+  static Record Make(const std::string& name) {
+    Record record = Zeroed<Record>();
+    Put(record.name, name);
+    return record;
+  }
+  static int32_t Add(PolicyApiSession* h, Record* r, uint8_t update) { return AddFn(h, r, update); }
+  static int32_t Get(PolicyApiSession* h, const char* name, Record** list) {
+    return GetFn(h, name, list);
+  }
+  static int32_t Delete(PolicyApiSession* h, const char* name) { return DeleteFn(h, name); }
+  static constexpr bool kWritesId = true;
+  static constexpr int kAuditClass = 0;
+  static constexpr int kCalls[] = {2, 3, 3, 3};
+  // A failed look-up for the update is passed over.
+  static std::vector<Answer> AddAnswers() { return {{StoreOp::Search, 0, kAbsorbedFailure}}; }
+  static std::vector<Answer> GetAnswers() { return {}; }
+};
+
+struct Agents
+    : Family<AgentRecord, Xo_PolicyApi_AddAgent, Xo_PolicyApi_GetAgent, Xo_PolicyApi_DeleteAgent> {
   static constexpr const char* kName = "Agents";
   static constexpr const char* kBuiltIn = "test agent";  // serves every realm the store makes
   static Record Make(const std::string& name, const std::string& type = "HTTP Agent") {
-    Record record = Zeroed<Record>();
-    Put(record.name, name);
+    Record record = Family::Make(name);
     Put(record.agentTypeName, type);
     return record;
   }
   static void Overlong(Record& record) { Unterminated(record.name, 'n'); }
-  static int32_t Add(PolicyApiSession* h, Record* r, uint8_t update) {
-    return Xo_PolicyApi_AddAgent(h, r, update);
-  }
-  static int32_t Get(PolicyApiSession* h, const char* name, Record** list) {
-    return Xo_PolicyApi_GetAgent(h, name, list);
-  }
-  static int32_t Delete(PolicyApiSession* h, const char* name) {
-    return Xo_PolicyApi_DeleteAgent(h, name);
-  }
-  // The store calls of add, update, get and delete, and what their failures
-  // give: a failed look-up of the agent type is reported, one for the update
-  // passed over; an agent type that cannot be read leaves the type name empty.
+  // A failed look-up of the agent type is reported; an agent type that cannot
+  // be read leaves the type name empty.
   static constexpr int kCalls[] = {3, 4, 4, 3};
   static std::vector<Answer> AddAnswers() {
     return {{StoreOp::Search, 1, XO_ERR_AGENT_TYPE_SEARCH}, {StoreOp::Search, 0, kAbsorbedFailure}};
@@ -46,28 +61,33 @@ struct Agents {
   static std::vector<Answer> GetAnswers() { return {{StoreOp::Fetch, 2, XO_OK}}; }
 };
 
-struct Schemes {
-  using Record = SchemeRecord;
+struct Schemes : Family<SchemeRecord, Xo_PolicyApi_AddScheme, Xo_PolicyApi_GetScheme,
+                        Xo_PolicyApi_DeleteScheme> {
   static constexpr const char* kName = "Schemes";
   static constexpr const char* kBuiltIn = "Basic";  // protects every realm the store makes
+  static void Overlong(Record& record) { Unterminated(record.schemeString3, 't'); }
+};
+
+// The query scheme and the directory records are never written back.
+struct QuerySchemes : Family<OdbcQuerySchemeRecord, Xo_PolicyApi_CreateODBCQueryScheme,
+                             Xo_PolicyApi_GetODBCQueryScheme, Xo_PolicyApi_DeleteODBCQueryScheme> {
+  static constexpr const char* kName = "OdbcQuerySchemes";
+  static void Overlong(Record& record) { Unterminated(record.query[3]); }
+  static constexpr bool kWritesId = false;
+  static constexpr int kAuditClass = 19;
+};
+
+struct Directories : Family<UserDirRecord, Xo_PolicyApi_CreateUserDir, Xo_PolicyApi_GetUserDir,
+                            Xo_PolicyApi_DeleteUserDir> {
+  static constexpr const char* kName = "UserDirectories";
   static Record Make(const std::string& name) {
-    Record record = Zeroed<Record>();
-    Put(record.name, name);
+    Record record = Family::Make(name);
+    Put(record.directoryType, "LDAP:");
     return record;
   }
-  static void Overlong(Record& record) { Unterminated(record.schemeString3, 't'); }
-  static int32_t Add(PolicyApiSession* h, Record* r, uint8_t update) {
-    return Xo_PolicyApi_AddScheme(h, r, update);
-  }
-  static int32_t Get(PolicyApiSession* h, const char* name, Record** list) {
-    return Xo_PolicyApi_GetScheme(h, name, list);
-  }
-  static int32_t Delete(PolicyApiSession* h, const char* name) {
-    return Xo_PolicyApi_DeleteScheme(h, name);
-  }
-  static constexpr int kCalls[] = {2, 3, 3, 3};
-  static std::vector<Answer> AddAnswers() { return {{StoreOp::Search, 0, kAbsorbedFailure}}; }
-  static std::vector<Answer> GetAnswers() { return {}; }
+  static void Overlong(Record& record) { Unterminated(record.string7); }
+  static constexpr bool kWritesId = false;
+  static constexpr int kAuditClass = 14;
 };
 
 template <class Family>
@@ -77,7 +97,8 @@ class SystemObjectsTest : public ApiTest {
   CXoObjId Add(const std::string& name, uint8_t update = 0) {
     Record record = Family::Make(name);
     EXPECT_EQ(Family::Add(handle_, &record, update), 0);
-    return CXoObjId(std::string(record.objectId));
+    const std::vector<Record> found = Get(name.c_str());
+    return found.empty() ? CXoObjId() : CXoObjId(std::string(found.back().objectId));
   }
   int32_t Get(PolicyApiSession* handle, const char* name, std::vector<Record>& out) {
     return CallGet([&](Record** list) { return Family::Get(handle, name, list); }, out);
@@ -95,16 +116,22 @@ struct FamilyName {
     return Family::kName;
   }
 };
-using Families = ::testing::Types<Agents, Schemes>;
+using Families = ::testing::Types<Agents, Schemes, QuerySchemes, Directories>;
 TYPED_TEST_SUITE(SystemObjectsTest, Families, FamilyName);
+// Agents and schemes come built in, and realms use them.
+template <class Family>
+class BuiltInObjectsTest : public SystemObjectsTest<Family> {};
+using BuiltIns = ::testing::Types<Agents, Schemes>;
+TYPED_TEST_SUITE(BuiltInObjectsTest, BuiltIns, FamilyName);
 
 TYPED_TEST(SystemObjectsTest, UpdateRewritesAndDeleteTakesEveryObjectOfTheName) {
   using Family = TypeParam;
   const CXoObjId first = this->Add("front");
   auto record = Family::Make("front");
   Put(record.description, "changed");
+  if constexpr (requires { record.directoryType; }) Put(record.directoryType, "AD:");
   ASSERT_EQ(Family::Add(this->handle_, &record, 1), 0);
-  EXPECT_EQ(std::string(record.objectId), first.GetOidString());
+  EXPECT_EQ(std::string(record.objectId), Family::kWritesId ? first.GetOidString() : "");
   // Without the flag a taken name is refused and the record left alone.
   std::memset(record.objectId, 'x', sizeof record.objectId);
   const auto before = record;
@@ -117,15 +144,27 @@ TYPED_TEST(SystemObjectsTest, UpdateRewritesAndDeleteTakesEveryObjectOfTheName) 
   ASSERT_EQ(found.size(), 2u);
   EXPECT_EQ(found[0].objectId, first.GetOidString());
   EXPECT_EQ(found[1].objectId, second.GetOidString());
-  EXPECT_STREQ(found[1].description, "changed");
+  auto expected = record;
+  Put(expected.objectId, first.GetOidString());
+  expected.recordType = found[0].recordType;
+  EXPECT_TRUE(SameBytes(found[0], expected)) << "the update rewrites every field";
 
   EXPECT_EQ(Family::Delete(this->handle_, "front"), 0);
   EXPECT_EQ(Family::Delete(this->handle_, "front"), 0);
   EXPECT_TRUE(this->Get("front").empty());
+  EXPECT_TRUE(this->Get("unknown").empty());
   EXPECT_EQ(this->Get("other").size(), 1u);
+  if (Family::kAuditClass != 0) {
+    EXPECT_EQ(QueryStoreFile(this->StorePath(),
+                             "SELECT admin, operation, name FROM xo_audit WHERE class = " +
+                                 std::to_string(Family::kAuditClass) + " ORDER BY seq"),
+              (std::vector<std::string>{"sysadmin|create|front", "sysadmin|update|front",
+                                        "sysadmin|create|other", "sysadmin|delete|front",
+                                        "sysadmin|delete|front"}));
+  }
 }
 
-TYPED_TEST(SystemObjectsTest, OneThatARealmUsesIsKept) {
+TYPED_TEST(BuiltInObjectsTest, OneThatARealmUsesIsKept) {
   this->Store().Realm(this->Store().Domain("sales"), "web");
   const std::string before = this->Snapshot();
   EXPECT_EQ(TypeParam::Delete(this->handle_, TypeParam::kBuiltIn), Mapped(xo::store::kInUse));
@@ -248,6 +287,36 @@ TEST_F(SchemesTest, AddedSchemeReadsBackByteForByteAndBasicIsBuiltIn) {
   found = Get("Basic");
   ASSERT_EQ(found.size(), 1u);
   EXPECT_EQ(found[0].objectId, WellKnownObjectId13.GetOidString());
+}
+
+using QuerySchemesTest = SystemObjectsTest<QuerySchemes>;
+
+TEST_F(QuerySchemesTest, CreatedSchemeReadsBackByteForByteAndTheRecordIsNotWritten) {
+  OdbcQuerySchemeRecord record = QuerySchemes::Make("users db");
+  Put(record.description, "the HR database");
+  for (int i = 0; i < 15; ++i) {
+    std::snprintf(record.query[i], sizeof record.query[i], "SELECT %d FROM users WHERE name = ?",
+                  i);
+  }
+  std::memset(record.query[14], 'q', 1023);
+  ExpectAddedAsGiven(
+      record, [&](auto* r) { return Xo_PolicyApi_CreateODBCQueryScheme(handle_, r, 0); },
+      [&](auto** list) { return Xo_PolicyApi_GetODBCQueryScheme(handle_, "users db", list); },
+      OdbcQuerySchemeRecordType, XoObjId_ODBCQuery);
+  record = QuerySchemes::Make("");
+  EXPECT_EQ(Xo_PolicyApi_CreateODBCQueryScheme(handle_, &record, 0),
+            Mapped(xo::store::kNameRequired));
+}
+
+TEST_F(QuerySchemesTest, DeletingASchemeThatADirectoryNamesIsNotRefused) {
+  const CXoObjId scheme = Store().OdbcQuery("hr");
+  CXoObjUserDirectory directory("hr users", "", "ODBC:", "", "", "", "", "", "", 0, 0, 0, false,
+                                false, "", "", scheme, "", "", "", "", "");
+  const CXoObjId directoryId = Store().Save(directory);
+  EXPECT_EQ(Xo_PolicyApi_DeleteODBCQueryScheme(handle_, "hr"), 0);
+  EXPECT_FALSE(Store().Exists(scheme));
+  ASSERT_TRUE(Store().Load(directoryId, directory));
+  EXPECT_TRUE(directory.GetQuerySchemeOid().IsOidNull());
 }
 
 }  // namespace

@@ -24,12 +24,8 @@ UserDirRecord Record(const std::string& name,
   return record;
 }
 
-class UserDirectoriesTest : public ApiTest {
+class UserDirectoriesTest : public SalesApiTest {
  protected:
-  void SetUp() override {
-    ApiTest::SetUp();
-    sales_ = Store().Domain("sales");
-  }
   int32_t Create(UserDirRecord record, uint8_t update = 0) {
     return Xo_PolicyApi_CreateUserDir(handle_, &record, update);
   }
@@ -61,8 +57,6 @@ class UserDirectoriesTest : public ApiTest {
     return Xo_PolicyApi_RemoveUserDirFromDomain(handle_, dir, "sales");
   }
   CXoObjIdArray SalesList() { return Store().DomainList(sales_, CXoObjDomain::UserDirectories); }
-
-  CXoObjId sales_;
 };
 
 TEST_F(UserDirectoriesTest, CreatedDirectoryReadsBackByteForByteAndTheRecordIsNotWritten) {
@@ -106,37 +100,6 @@ TEST_F(UserDirectoriesTest, OnlyTheExactOdbcTypeNamesAQueryScheme) {
   EXPECT_EQ(Xo_PolicyApi_CreateUserDir(handle_, nullptr, 0), XO_ERR_GENERAL);
   EXPECT_EQ(Xo_PolicyApi_GetUserDir(handle_, "hr", nullptr), XO_ERR_GENERAL);
   EXPECT_EQ(Snapshot(), before);
-}
-
-TEST_F(UserDirectoriesTest, UpdateReplacesTheDirectoryOfTheNameOrCreatesOne) {
-  ASSERT_EQ(Create(Record("corporate")), 0);
-  const std::string oid = Get("corporate")[0].objectId;
-  EXPECT_EQ(Create(Record("corporate")), Mapped(xo::store::kNameTaken));
-  ASSERT_EQ(Create(Record("corporate", "AD:"), 1), 0);
-  const Directories found = Get("corporate");
-  ASSERT_EQ(found.size(), 1u);
-  EXPECT_EQ(found[0].objectId, oid);
-  EXPECT_STREQ(found[0].directoryType, "AD:");
-  ASSERT_EQ(Create(Record("fresh"), 1), 0);
-  EXPECT_EQ(Get("fresh").size(), 1u);
-  EXPECT_EQ(QueryStoreFile(StorePath(),
-                           "SELECT operation, name FROM xo_audit WHERE class = 14 ORDER BY seq"),
-            (Names{"create|corporate", "update|corporate", "create|fresh"}));
-}
-
-TEST_F(UserDirectoriesTest, GetAndDeleteTakeEveryDirectoryOfTheName) {
-  const CXoObjId first = Store().UserDirectory("twin");
-  const CXoObjId second = Duplicate(first);
-  const Directories found = Get("twin");
-  ASSERT_EQ(found.size(), 2u);
-  EXPECT_EQ(found[0].objectId, first.GetOidString());
-  EXPECT_EQ(found[1].objectId, second.GetOidString());
-  EXPECT_TRUE(Get("unknown").empty());
-
-  EXPECT_EQ(Xo_PolicyApi_DeleteUserDir(handle_, "unknown"), 0);
-  EXPECT_EQ(Xo_PolicyApi_DeleteUserDir(handle_, "twin"), 0);
-  EXPECT_FALSE(Store().Exists(first));
-  EXPECT_FALSE(Store().Exists(second));
 }
 
 TEST_F(UserDirectoriesTest, DomainListAddsOnceAndRemovesEveryCopy) {

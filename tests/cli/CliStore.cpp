@@ -9,8 +9,8 @@ namespace xo::test {
   return ::testing::AssertionFailure() << "\"" << part << "\" not found in: " << text;
 }
 
-void CliStoreTest::SetUp() {
-  CliResult init = RunCli({"init", "--hash-cost", "minimum", "--store", store_, "--admin", kAdmin,
+void CliStoreTest::InitStore(const std::string& path) {
+  CliResult init = RunCli({"init", "--hash-cost", "minimum", "--store", path, "--admin", kAdmin,
                            "--password", kPassword});
   ASSERT_EQ(init.exitCode, 0) << init.err;
 }

@@ -26,7 +26,9 @@ class CliStoreTest : public ::testing::Test {
   static constexpr const char* kAdmin = "root";
   static constexpr const char* kPassword = "root-pw";
 
-  void SetUp() override;
+  void SetUp() override { InitStore(store_); }
+  // Makes a store at `path` with the first administrator.
+  static void InitStore(const std::string& path);
 
   // Runs `xopolicy ARGS --store STORE` logged in as `admin` (password in XO_PASSWORD).
   CliResult Run(std::vector<std::string> args, const std::string& admin = kAdmin,

@@ -5,18 +5,13 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
-#include "CliRunner.h"
+#include "CliStore.h"
 #include "XoPolicyApi.h"
 #include "support/DirectoryFixtures.h"
 #include "support/StoreFile.h"
 
 namespace xo::test {
 namespace {
-
-using Json = nlohmann::ordered_json;
-
-constexpr int kFailure = 1;
-constexpr int kUsageError = 2;
 
 // A small but complete policy: system objects of every kind that needs no
 // directory server, and a domain whose objects refer to them and to each other.
@@ -82,25 +77,14 @@ bool HoldsIdentifier(const std::string& text) {
   return false;
 }
 
-::testing::AssertionResult Contains(const std::string& text, const std::string& part) {
-  if (text.find(part) != std::string::npos) return ::testing::AssertionSuccess();
-  return ::testing::AssertionFailure() << "\"" << part << "\" not found in: " << text;
-}
-
-class PolicyAsCodeTest : public ::testing::Test {
+// Runs the tool with the store, administrator and password taken from the
+// environment.
+class PolicyAsCodeTest : public CliStoreTest {
  protected:
-  void SetUp() override { InitStore(store_); }
-
-  static void InitStore(const std::string& path) {
-    CliResult init = RunCli({"init", "--hash-cost", "minimum", "--store", path, "--admin", "root",
-                             "--password", "root-pw"});
-    ASSERT_EQ(init.exitCode, 0) << init.err;
-  }
-
   CliResult Run(std::vector<std::string> args, const std::string& store = "",
-                const std::string& password = "root-pw") {
+                const std::string& password = kPassword) {
     return RunCli(args, {{"XO_POLICY_STORE", store.empty() ? store_ : store},
-                         {"XO_ADMIN", "root"},
+                         {"XO_ADMIN", kAdmin},
                          {"XO_PASSWORD", password}});
   }
 
@@ -134,9 +118,6 @@ class PolicyAsCodeTest : public ::testing::Test {
   }
 
   static Json& Domain(Json& document) { return document["domains"][0]; }
-
-  ScratchDir dir_;
-  const std::string store_ = dir_ / "policy.db";
 };
 
 TEST_F(PolicyAsCodeTest, ExportAppliedToEmptyStoreExportsTheSame) {
@@ -185,7 +166,7 @@ TEST_F(PolicyAsCodeTest, ExportOfOneDomainLeavesSystemObjectsOut) {
   EXPECT_EQ(exported["domains"].size(), 1u);
 
   CliResult missing = Run({"export", "--domain", "Extranet"});
-  EXPECT_EQ(missing.exitCode, kFailure);
+  EXPECT_EQ(missing.exitCode, kExitFailure);
   EXPECT_TRUE(Contains(missing.err, "Extranet"));
   EXPECT_EQ(missing.out, "");
 }
@@ -298,7 +279,7 @@ TEST_F(PolicyAsCodeTest, FailureHalfWayLeavesTheStoreAsItWas) {
 
   CliResult run = Apply(WriteJson("broken.json", document));
 
-  EXPECT_EQ(run.exitCode, kFailure);
+  EXPECT_EQ(run.exitCode, kExitFailure);
   EXPECT_TRUE(Contains(run.out, "+ domain Extranet\n"));  // the plan came first
   EXPECT_TRUE(Contains(run.err, "rule Extranet/no-such-realm/last-rule"));
   EXPECT_TRUE(Contains(run.err, "nothing was changed"));
@@ -318,7 +299,7 @@ TEST_F(PolicyAsCodeTest, WrongPasswordChangesNothing) {
 TEST_F(PolicyAsCodeTest, NewAdministratorWithoutPasswordIsRefused) {
   CliResult run = Apply(Write("admin.json", R"({"version": 1, "system": {
       "administrators": [{"name": "bob", "flags": 1}]}})"));
-  EXPECT_EQ(run.exitCode, kFailure);
+  EXPECT_EQ(run.exitCode, kExitFailure);
   EXPECT_TRUE(Contains(run.err, "\"bob\""));
   EXPECT_TRUE(Contains(run.err, "password"));
 }
@@ -328,11 +309,11 @@ TEST_F(PolicyAsCodeTest, CommandLineMistakesAreUsageErrors) {
   for (const auto& args : std::vector<std::vector<std::string>>{
            {"apply"}, {"apply", file, "--frobnicate"}, {"export", "--domain"}, {"exprot"}}) {
     CliResult run = Run(args);
-    EXPECT_EQ(run.exitCode, kUsageError) << args.back();
+    EXPECT_EQ(run.exitCode, kExitUsage) << args.back();
     EXPECT_NE(run.err, "");
   }
   CliResult missing = Apply(dir_ / "missing.json");
-  EXPECT_EQ(missing.exitCode, kFailure);
+  EXPECT_EQ(missing.exitCode, kExitFailure);
   EXPECT_TRUE(Contains(missing.err, "missing.json"));
 }
 
@@ -436,7 +417,7 @@ TEST_P(PolicyBadDocumentTest, IsRefusedAndNothingChanges) {
 
   CliResult run = Apply(Write("bad.json", GetParam().text));
 
-  EXPECT_EQ(run.exitCode, kFailure);
+  EXPECT_EQ(run.exitCode, kExitFailure);
   EXPECT_TRUE(Contains(run.err, GetParam().complaint));
   EXPECT_EQ(run.out, "");
   EXPECT_EQ(SnapshotStoreFile(store_), before);

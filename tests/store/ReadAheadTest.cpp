@@ -1,5 +1,6 @@
-// A walk that announces the objects it is about to fetch gets them read in
-// chunks; what it gets must still be what a plain fetch would give.
+// Reading many objects: a walk that announces the objects it is about to
+// fetch gets them read in chunks, and a read snapshot keeps one view of the
+// store across reads. What they give must still be what plain fetches would.
 #include <gtest/gtest.h>
 
 #include "StoreFixture.h"
@@ -97,6 +98,40 @@ TEST_F(ReadAheadTest, AnEndedWalkReadsTheStoreAgain) {
       0);
   CXoObjStore::ExpectFetches({}, Sid());
   EXPECT_EQ(FetchedName(rules_[3], Sid()), "changed");
+}
+
+TEST_F(ReadAheadTest, ASnapshotHoldsOneViewUntilTheSessionWritesOrEndsIt) {
+  DirectStore other("root", "secret");
+  CXoObjStore::BeginReadSnapshot(Sid());
+  EXPECT_EQ(FetchedName(rules_[0], Sid()), Name(0));
+  ASSERT_GE(
+      CXoObjStore::SaveProperty(rules_[1], CXoObjRule::Name, std::string("other's"), other.Sid()),
+      0);
+  EXPECT_EQ(FetchedName(rules_[1], Sid()), Name(1));
+
+  // A write ends the snapshot: it works on the latest state, and so does
+  // every read after it.
+  ASSERT_GE(CXoObjStore::SaveProperty(rules_[2], CXoObjRule::Name, std::string("mine"), Sid()), 0);
+  EXPECT_EQ(FetchedName(rules_[1], Sid()), "other's");
+  EXPECT_EQ(FetchedName(rules_[2], Sid()), "mine");
+  CXoObjStore::EndReadSnapshot(Sid());
+
+  CXoObjStore::BeginReadSnapshot(Sid());
+  EXPECT_EQ(FetchedName(rules_[3], Sid()), Name(3));
+  ASSERT_GE(CXoObjStore::Delete(rules_[3], other.Sid()), 0);
+  CXoObjStore::EndReadSnapshot(Sid());
+  int32_t result = 0;
+  FetchedName(rules_[3], Sid(), &result);
+  EXPECT_EQ(result, xo::store::kNotFound);
+
+  // Inside a transaction of the session's own the snapshot changes nothing.
+  ASSERT_GE(CXoObjStore::BeginTransaction(Sid()), 0);
+  CXoObjStore::BeginReadSnapshot(Sid());
+  ASSERT_GE(CXoObjStore::SaveProperty(rules_[4], CXoObjRule::Name, std::string("in tx"), Sid()), 0);
+  CXoObjStore::EndReadSnapshot(Sid());
+  EXPECT_EQ(FetchedName(rules_[4], Sid()), "in tx");
+  ASSERT_GE(CXoObjStore::RollbackTransaction(Sid()), 0);
+  EXPECT_EQ(FetchedName(rules_[4], Sid()), Name(4));
 }
 
 }  // namespace

@@ -110,6 +110,16 @@ class ApiTest : public ::testing::Test {
   std::vector<PolicyApiSession*> handles_;
 };
 
+// The API fixture with a domain "sales" made.
+class SalesApiTest : public ApiTest {
+ protected:
+  void SetUp() override {
+    ApiTest::SetUp();
+    sales_ = Store().Domain("sales");
+  }
+  CXoObjId sales_;
+};
+
 // The mapped code of a store failure for the calls that map it.
 int32_t Mapped(int32_t storeCode);
 

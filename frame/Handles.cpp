@@ -1,8 +1,8 @@
 #include "frame/Handles.h"
 
 #include <deque>
-#include <new>
 #include <mutex>
+#include <new>
 #include <unordered_map>
 
 #include "frame/Memory.h"
@@ -19,6 +19,10 @@ struct Registry {
   // Logged-out handles, oldest first, kept from the allocator so that their
   // addresses cannot come back as new handles until many Logins later.
   std::deque<PolicyApiSession*> retired;
+
+  ~Registry() {
+    for (PolicyApiSession* handle : retired) Free(handle);
+  }
 };
 
 // A few hundred kilobytes of old handles at the most.

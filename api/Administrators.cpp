@@ -84,10 +84,8 @@ XO_API Xo_PolicyApi_AddAdmin(PolicyApiSession* handle, AdminRecord* admin, uint8
     CXoObjAdmin object(FieldText(admin->name), FieldText(admin->description),
                        FieldText(admin->adminText), binding.directory, binding.scheme,
                        binding.bound, {}, admin->adminFlags);
-    if (update != 0) {
-      if (int32_t rc = TakeOverStoredAdmin(call, object); rc != XO_OK) return rc;
-    }
-    return SaveObject(call.Sid(), object, update != 0, &admin->objectId);
+    return SaveTakingOver(call, object, update != 0, &admin->objectId,
+                          [&] { return TakeOverStoredAdmin(call, object); });
   });
 }
 

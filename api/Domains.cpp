@@ -74,10 +74,8 @@ XO_API Xo_PolicyApi_AddDomain(PolicyApiSession* handle, DomainRecord* domain, ui
     if (int32_t rc = call.OpenSystem(handle, {domain}); rc != XO_OK) return rc;
 
     CXoObjDomain object(FieldText(domain->name), FieldText(domain->description), {}, {});
-    if (update != 0) {
-      if (int32_t rc = TakeOverStoredDomain(call, object); rc != XO_OK) return rc;
-    }
-    return SaveObject(call.Sid(), object, update != 0, &domain->objectId);
+    return SaveTakingOver(call, object, update != 0, &domain->objectId,
+                          [&] { return TakeOverStoredDomain(call, object); });
   });
 }
 

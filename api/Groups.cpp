@@ -110,6 +110,7 @@ class GroupCall {
   }
 
   const GroupKind& Kind() const { return *kind_; }
+  Call& Frame() { return call_; }
   const std::string& Sid() const { return call_.Sid(); }
   const CXoAdmSession& Session() const { return call_.Session(); }
   const CXoObjId& Domain() const { return kind_->inDomain ? call_.Domain() : NullObjectId; }
@@ -207,20 +208,22 @@ int32_t ChangeMembership(const PolicyApiSession* handle, int32_t groupType, cons
     return rc;
   }
 
-  CXoObjBase group(call.Kind().groupClass, groupId);
-  CXoObjIdArray members;
-  if (int32_t rc =
-          FetchIdList(call.Sid(), group, call.Kind().membersProp, members, AbsentList::IsFailure);
-      rc != XO_OK) {
-    return rc;
-  }
-  if (int32_t rc = edit(members, member); rc != XO_OK) return rc;
-  const int32_t saved =
-      CXoObjStore::SaveProperty(groupId, call.Kind().membersProp, members, call.Sid());
-  if (StoreFailed(saved)) return MapStoreResult(saved);
-  const int32_t invalidated =
-      CXoObjStore::InvalidateCache(groupId, call.CacheScope(), true, call.Sid());
-  return StoreFailed(invalidated) ? MapStoreResult(invalidated) : XO_OK;
+  return call.Frame().Serialised([&]() -> int32_t {
+    CXoObjBase group(call.Kind().groupClass, groupId);
+    CXoObjIdArray members;
+    if (int32_t rc =
+            FetchIdList(call.Sid(), group, call.Kind().membersProp, members, AbsentList::IsFailure);
+        rc != XO_OK) {
+      return rc;
+    }
+    if (int32_t rc = edit(members, member); rc != XO_OK) return rc;
+    const int32_t saved =
+        CXoObjStore::SaveProperty(groupId, call.Kind().membersProp, members, call.Sid());
+    if (StoreFailed(saved)) return MapStoreResult(saved);
+    const int32_t invalidated =
+        CXoObjStore::InvalidateCache(groupId, call.CacheScope(), true, call.Sid());
+    return StoreFailed(invalidated) ? MapStoreResult(invalidated) : XO_OK;
+  });
 }
 
 CXoObjIdArray::iterator FindMember(CXoObjIdArray& members, const CXoObjId& member) {
@@ -245,10 +248,8 @@ XO_API Xo_PolicyApi_AddGroup(PolicyApiSession* handle, int32_t groupType, const 
     }
     std::unique_ptr<CXoObjBase> object =
         call.NewGroup(FieldText(group->name), FieldText(group->description), vendor);
-    if (update != 0) {
-      if (int32_t rc = KeepStoredMembers(call, *object); rc != XO_OK) return rc;
-    }
-    return SaveObject(call.Sid(), *object, update != 0);
+    return SaveTakingOver(call.Frame(), *object, update != 0, nullptr,
+                          [&] { return KeepStoredMembers(call, *object); });
   });
 }
 

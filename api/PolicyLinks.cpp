@@ -81,22 +81,26 @@ bool InDomain(const CXoObjPolicyLink& link, const CXoObjId& domain) {
 // Applies `change` to each link of the policy (those the template finds)
 // that lies in the call's domain and binds `bound`, stopping at the first
 // failure. A policy without links is -3; with links but none that match,
-// `unmatched`.
+// `unmatched`. The links are read under the write lock and changed as one:
+// a link another session removes meanwhile is not saved back, and a failure
+// leaves every link as it was.
 template <class Change>
-int32_t ChangeMatchingLinks(const Call& call, const CXoObjPolicyLink& templ, const CXoObjId& policy,
+int32_t ChangeMatchingLinks(Call& call, const CXoObjPolicyLink& templ, const CXoObjId& policy,
                             const CXoObjId& bound, int32_t unmatched, Change&& change) {
-  CXoObjIdArray ids;
-  if (int32_t rc = LinksOfPolicy(call, templ, policy, ids); rc != XO_OK) return rc;
-  if (ids.empty()) return XO_ERR_LINK_NOT_FOUND;
-  bool matched = false;
-  const int32_t rc =
-      FetchEach<CXoObjPolicyLink>(call.Sid(), ids, [&](CXoObjPolicyLink& link) -> int32_t {
-        if (!InDomain(link, call.Domain()) || !link.GetRuleOid().IsEqual(bound)) return XO_OK;
-        matched = true;
-        return change(link);
-      });
-  if (rc != XO_OK) return rc;
-  return matched ? XO_OK : unmatched;
+  return call.Serialised([&]() -> int32_t {
+    CXoObjIdArray ids;
+    if (int32_t rc = LinksOfPolicy(call, templ, policy, ids); rc != XO_OK) return rc;
+    if (ids.empty()) return XO_ERR_LINK_NOT_FOUND;
+    bool matched = false;
+    const int32_t rc =
+        FetchEach<CXoObjPolicyLink>(call.Sid(), ids, [&](CXoObjPolicyLink& link) -> int32_t {
+          if (!InDomain(link, call.Domain()) || !link.GetRuleOid().IsEqual(bound)) return XO_OK;
+          matched = true;
+          return change(link);
+        });
+    if (rc != XO_OK) return rc;
+    return matched ? XO_OK : unmatched;
+  });
 }
 
 // A rule with its realm, or a rule group, which has no realm.

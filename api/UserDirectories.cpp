@@ -75,12 +75,14 @@ bool NamesQueryScheme(const CXoObjId& queryScheme) {
   return queryScheme.GetOidString() != NullObjectId.GetOidString();
 }
 
-// The handle check, MANAGE on RootObjectId and the domain fetched whole.
+// The handle check, MANAGE on RootObjectId and the domain resolved.
 int32_t OpenDomain(Call& call, const PolicyApiSession* handle, const void* names,
-                   const std::string& domainName, CXoObjDomain& domain) {
+                   const std::string& domainName, CXoObjId& domainId) {
   if (int32_t rc = call.OpenSystem(handle, {names}); rc != XO_OK) return rc;
-  CXoObjId domainId;
-  if (int32_t rc = ResolveDomain(call.Session(), domainName, domainId); rc != XO_OK) return rc;
+  return ResolveDomain(call.Session(), domainName, domainId);
+}
+
+int32_t FetchDomain(const Call& call, const CXoObjId& domainId, CXoObjDomain& domain) {
   domain = CXoObjDomain(domainId);
   const int32_t fetched = CXoObjStore::Fetch(domain, 0, nullptr, call.Sid());
   return StoreFailed(fetched) ? MapStoreResult(fetched) : XO_OK;
@@ -159,10 +161,12 @@ XO_API Xo_PolicyApi_GetUserDirSearchOrder(PolicyApiSession* handle, const char* 
                                           char*** names) {
   return Guarded([&]() -> int32_t {
     Call call;
+    CXoObjId domainId;
     CXoObjDomain domain;
-    if (int32_t rc = OpenDomain(call, handle, names, ArgText(domainName), domain); rc != XO_OK) {
+    if (int32_t rc = OpenDomain(call, handle, names, ArgText(domainName), domainId); rc != XO_OK) {
       return rc;
     }
+    if (int32_t rc = FetchDomain(call, domainId, domain); rc != XO_OK) return rc;
     const CXoObjIdArray& order = domain.GetUserDirectories();
     StringArray array;
     if (!array.Allocate(order.size())) return XO_ERR_GENERAL;
@@ -180,26 +184,32 @@ XO_API Xo_PolicyApi_SetUserDirSearchOrder(PolicyApiSession* handle, const char* 
                                           char** names) {
   return Guarded([&]() -> int32_t {
     Call call;
-    CXoObjDomain domain;
-    if (int32_t rc = OpenDomain(call, handle, names, ArgText(domainName), domain); rc != XO_OK) {
+    CXoObjId domainId;
+    if (int32_t rc = OpenDomain(call, handle, names, ArgText(domainName), domainId); rc != XO_OK) {
       return rc;
     }
-    // Only the length must match: the new list replaces the old one whole,
-    // whatever directories the two hold. Counting stops one past the list's
-    // length, which is already too many.
-    const std::size_t length = domain.GetUserDirectories().size();
-    std::size_t count = 0;
-    while (count <= length && names[count] != nullptr) ++count;
-    if (count != length) return XO_ERR_SEARCH_ORDER_COUNT;
+    // The domain is written back whole: read it under the write lock, so
+    // that its other list is written as it is now.
+    return call.Serialised([&]() -> int32_t {
+      CXoObjDomain domain;
+      if (int32_t rc = FetchDomain(call, domainId, domain); rc != XO_OK) return rc;
+      // Only the length must match: the new list replaces the old one whole,
+      // whatever directories the two hold. Counting stops one past the list's
+      // length, which is already too many.
+      const std::size_t length = domain.GetUserDirectories().size();
+      std::size_t count = 0;
+      while (count <= length && names[count] != nullptr) ++count;
+      if (count != length) return XO_ERR_SEARCH_ORDER_COUNT;
 
-    CXoObjIdArray order(count);
-    for (std::size_t i = 0; i < count; ++i) {
-      if (int32_t rc = ResolveUserDirectory(call.Session(), ArgText(names[i]), order[i]);
-          rc != XO_OK) {
-        return rc;
+      CXoObjIdArray order(count);
+      for (std::size_t i = 0; i < count; ++i) {
+        if (int32_t rc = ResolveUserDirectory(call.Session(), ArgText(names[i]), order[i]);
+            rc != XO_OK) {
+          return rc;
+        }
       }
-    }
-    domain.SetUserDirectories(order);
-    return SaveObject(call.Sid(), domain, true);
+      domain.SetUserDirectories(order);
+      return SaveObject(call.Sid(), domain, true);
+    });
   });
 }

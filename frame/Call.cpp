@@ -2,12 +2,26 @@
 
 #include "XoObjStore.h"
 #include "frame/Resolve.h"
+#include "frame/ResultCodes.h"
 #include "frame/Rights.h"
 
 namespace xo::frame {
 
 Call::~Call() {
+  // A change still open here was left by an exception: nothing of it stays.
+  if (changing_) CXoObjStore::EndChange(Sid(), false);
   if (snapshot_) CXoObjStore::EndReadSnapshot(Sid());
+}
+
+int32_t Call::Serialised(const std::function<int32_t()>& change) {
+  const int32_t begun = CXoObjStore::BeginChange(Sid());
+  if (StoreFailed(begun)) return MapStoreResult(begun);
+  changing_ = true;
+  const int32_t rc = change();
+  changing_ = false;
+  const int32_t ended = CXoObjStore::EndChange(Sid(), rc == XO_OK);
+  if (rc == XO_OK && StoreFailed(ended)) return MapStoreResult(ended);
+  return rc;
 }
 
 int32_t Call::Open(const PolicyApiSession* handle, std::initializer_list<const void*> required) {

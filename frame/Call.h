@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <initializer_list>
 #include <string>
 
@@ -38,6 +39,14 @@ class Call {
   int32_t OpenDomain(const PolicyApiSession* handle, std::initializer_list<const void*> required,
                      const std::string& domainName);
 
+  // Runs a change that reads what it replaces (a stored list, an object
+  // kept under the update flag) with the store's write lock held from before
+  // its first read: two sessions changing the same list queue up, and each
+  // decides on the state its write replaces. The change's writes are kept
+  // when it returns 0 and given up otherwise; a failure to take the lock or
+  // to commit is the change's mapped store code.
+  int32_t Serialised(const std::function<int32_t()>& change);
+
   const CXoAdmSession& Session() const { return *session_; }
   const std::string& Sid() const { return session_->GetSessionID(); }
   // The domain resolved by AllowDomain.
@@ -47,6 +56,7 @@ class Call {
   CXoAdmSession* session_ = nullptr;
   CXoObjId domain_;
   bool snapshot_ = false;
+  bool changing_ = false;
 };
 
 }  // namespace xo::frame

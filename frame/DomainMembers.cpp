@@ -37,17 +37,18 @@ int32_t ChangeDomainMember(const PolicyApiSession* handle, const std::string& me
   CXoObjId domainId, member;
   if (int32_t rc = ResolveDomain(session, domainName, domainId); rc != XO_OK) return rc;
   if (int32_t rc = resolveMember(session, memberName, member); rc != XO_OK) return rc;
-  CXoObjDomain domain(domainId);
-  CXoObjIdArray ids;
-  if (int32_t rc = FetchIdList(call.Sid(), domain, listProp, ids, AbsentList::IsFailure);
-      rc != XO_OK) {
-    return rc;
-  }
-
-  bool write = true;
-  if (int32_t rc = Apply(change, member, ids, write); rc != XO_OK || !write) return rc;
-  const int32_t saved = CXoObjStore::SaveProperty(domainId, listProp, ids, call.Sid());
-  return StoreFailed(saved) ? MapStoreResult(saved) : XO_OK;
+  return call.Serialised([&]() -> int32_t {
+    CXoObjDomain domain(domainId);
+    CXoObjIdArray ids;
+    if (int32_t rc = FetchIdList(call.Sid(), domain, listProp, ids, AbsentList::IsFailure);
+        rc != XO_OK) {
+      return rc;
+    }
+    bool write = true;
+    if (int32_t rc = Apply(change, member, ids, write); rc != XO_OK || !write) return rc;
+    const int32_t saved = CXoObjStore::SaveProperty(domainId, listProp, ids, call.Sid());
+    return StoreFailed(saved) ? MapStoreResult(saved) : XO_OK;
+  });
 }
 
 }  // namespace xo::frame

@@ -24,4 +24,15 @@ int32_t SaveObject(const std::string& sessionId, CXoObjBase& object, bool update
   return XO_OK;
 }
 
+int32_t SaveTakingOver(Call& call, CXoObjBase& object, bool update, TextField* objectId,
+                       const std::function<int32_t()>& takeOver) {
+  if (!update) return SaveObject(call.Sid(), object, false, objectId);
+  const int32_t rc = call.Serialised([&] {
+    if (int32_t taken = takeOver(); taken != XO_OK) return taken;
+    return SaveObject(call.Sid(), object, true);
+  });
+  if (rc == XO_OK && objectId != nullptr) CopyToField(*objectId, object.GetOid().GetOidString());
+  return rc;
+}
+
 }  // namespace xo::frame

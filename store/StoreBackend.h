@@ -91,6 +91,10 @@ class IStoreBackend {
   virtual void BeginReadSnapshot(const std::string& sessionId);
   virtual void EndReadSnapshot(const std::string& sessionId);
 
+  // See CXoObjStore::BeginChange.
+  virtual int32_t BeginChange(const std::string& sessionId) = 0;
+  virtual int32_t EndChange(const std::string& sessionId, bool keep) = 0;
+
   // A transaction spanning several operations of one session.
   virtual int32_t BeginTransaction(const std::string& sessionId) = 0;
   virtual int32_t CommitTransaction(const std::string& sessionId) = 0;

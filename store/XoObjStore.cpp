@@ -145,6 +145,16 @@ int32_t CXoObjStore::SaveProperty(const CXoObjId& id, uint32_t prop, const XoPro
   return backend->SaveProperty(id, prop, value, sessionId);
 }
 
+int32_t CXoObjStore::BeginChange(const std::string& sessionId) {
+  XO_REQUIRE_BACKEND();
+  return backend->BeginChange(sessionId);
+}
+
+int32_t CXoObjStore::EndChange(const std::string& sessionId, bool keep) {
+  XO_REQUIRE_BACKEND();
+  return backend->EndChange(sessionId, keep);
+}
+
 int32_t CXoObjStore::BeginTransaction(const std::string& sessionId) {
   XO_REQUIRE_BACKEND();
   return backend->BeginTransaction(sessionId);

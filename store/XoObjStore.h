@@ -58,6 +58,17 @@ class CXoObjStore {
   static void BeginReadSnapshot(const std::string& sessionId);
   static void EndReadSnapshot(const std::string& sessionId);
 
+  // A change that reads what it is about to replace (a stored list, an
+  // object kept under the update flag) begins here: the session takes the
+  // store's write lock now, so its reads see the latest state and no other
+  // session can change that state before this one's writes. The operations
+  // up to EndChange form one transaction, kept or given up as a whole; a
+  // refused operation inside it undoes only itself. Other sessions' changes
+  // queue behind it; their readers go on reading their own snapshots.
+  // Inside a transaction of the session's own both do nothing.
+  static int32_t BeginChange(const std::string& sessionId);
+  static int32_t EndChange(const std::string& sessionId, bool keep);
+
   // Groups the following operations of the session into one transaction.
   static int32_t BeginTransaction(const std::string& sessionId);
   static int32_t CommitTransaction(const std::string& sessionId);

@@ -57,6 +57,8 @@ const char* Describe(int32_t result) {
       return "the object already exists";
     case kCycle:
       return "the change would make a loop";
+    case kLastSystemAdmin:
+      return "it would leave no system administrator who logs in with a password";
     case kAuthFailed:
       return "wrong administrator name or password";
     case kDirectoryError:

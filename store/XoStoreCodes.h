@@ -35,6 +35,7 @@ constexpr int32_t kConstraint = Code(0x8001007Au);       // other integrity rule
 constexpr int32_t kInvalidArgument = Code(0x8001007Cu);  // argument the store cannot take
 constexpr int32_t kExists = Code(0x8001007Du);           // object already exists
 constexpr int32_t kCycle = Code(0x8001007Eu);            // a parent or group loop
+constexpr int32_t kLastSystemAdmin = Code(0x8001007Fu);  // the last who can always log in
 constexpr int32_t kAuthFailed = Code(0x80010081u);       // wrong name or password
 constexpr int32_t kDirectoryError = Code(0x80010082u);   // user directory failed
 constexpr int32_t kTimeout = Code(0x80010083u);          // operation timed out

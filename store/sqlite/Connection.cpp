@@ -136,7 +136,7 @@ void Connection::Exec(const char* sql) {
 }
 
 void Connection::BeginSnapshot() noexcept {
-  if (sessionTransaction_ || snapshot_ || operationOpen_) return;
+  if (Spanning() || snapshot_ || operationOpen_) return;
   snapshot_ = sqlite3_exec(db_, "BEGIN", nullptr, nullptr, nullptr) == SQLITE_OK;
 }
 
@@ -149,7 +149,7 @@ void Connection::EndSnapshot() noexcept {
 
 void Connection::BeginWrite() {
   EndSnapshot();
-  if (sessionTransaction_) {
+  if (Spanning()) {
     Use savepoint(Prepare("SAVEPOINT xo_operation"));
     savepoint->Step();
     operationIsSavepoint_ = true;
@@ -163,7 +163,7 @@ void Connection::BeginWrite() {
 
 void Connection::BeginRead() {
   if (snapshot_) return;  // the snapshot's transaction serves the read
-  if (sessionTransaction_) {
+  if (Spanning()) {
     Use savepoint(Prepare("SAVEPOINT xo_operation"));
     savepoint->Step();
     operationIsSavepoint_ = true;
@@ -193,7 +193,7 @@ void Connection::Rollback() {
 }
 
 void Connection::BeginSessionTransaction() {
-  if (sessionTransaction_) throw StoreError{kTransaction};
+  if (Spanning()) throw StoreError{kTransaction};
   EndSnapshot();
   Exec("BEGIN IMMEDIATE");
   sessionTransaction_ = true;
@@ -209,6 +209,26 @@ void Connection::RollbackSessionTransaction() {
   if (!sessionTransaction_) throw StoreError{kTransaction};
   sessionTransaction_ = false;
   if (!sqlite3_get_autocommit(db_)) Exec("ROLLBACK");
+}
+
+void Connection::BeginChange() {
+  if (Spanning()) return;
+  EndSnapshot();
+  Exec("BEGIN IMMEDIATE");
+  change_ = true;
+}
+
+void Connection::EndChange(bool keep) {
+  if (!change_) return;
+  change_ = false;
+  if (sqlite3_get_autocommit(db_)) return;  // SQLite gave the transaction up itself
+  if (keep) {
+    const int rc = sqlite3_exec(db_, "COMMIT", nullptr, nullptr, nullptr);
+    if (rc == SQLITE_OK) return;
+    sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
+    throw StoreError{MapSqliteError(rc)};
+  }
+  sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
 }
 
 }  // namespace xo::store::sqlite

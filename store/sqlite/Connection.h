@@ -90,6 +90,13 @@ class Connection {
   void RollbackSessionTransaction();
   bool InSessionTransaction() const { return sessionTransaction_; }
 
+  // A change that reads what it replaces (see CXoObjStore::BeginChange):
+  // the write lock is taken now and held until EndChange, and the
+  // operations in between are savepoints of its transaction. Inside a
+  // session transaction, which holds the lock already, both do nothing.
+  void BeginChange();
+  void EndChange(bool keep);
+
   // Rows read ahead for the session's current walk over many objects.
   ReadAhead readAhead;
 
@@ -104,7 +111,11 @@ class Connection {
   bool operationOpen_ = false;
   bool operationIsSavepoint_ = false;
   bool sessionTransaction_ = false;
+  bool change_ = false;
   bool snapshot_ = false;
+
+  // A transaction that spans operations: each operation is a savepoint in it.
+  bool Spanning() const { return sessionTransaction_ || change_; }
 };
 
 }  // namespace xo::store::sqlite

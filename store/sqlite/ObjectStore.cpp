@@ -6,6 +6,7 @@
 #include <deque>
 #include <unordered_set>
 
+#include "XoAdmSession.h"
 #include "XoStoreCodes.h"
 #include "platform/Clock.h"
 #include "sqlite/ReadAhead.h"
@@ -328,6 +329,9 @@ void ObjectStore::Save(CXoObjBase& object, bool overwrite) {
       ValidateList(object, *def, *ids);
     }
   }
+  // Only an administrator already stored can stop being one of them.
+  const bool guarded = exists && object.GetClass() == XoObjId_Admin;
+  const int64_t systemAdmins = guarded ? PasswordSystemAdmins() : 0;
   Use write(db_.Prepare(exists ? sql.update : sql.insert));
   write->Bind(1, object.GetOid().GetOidString());
   BindColumns(*write, sql, object);
@@ -341,6 +345,7 @@ void ObjectStore::Save(CXoObjBase& object, bool overwrite) {
       WriteInverseList(object.GetOid(), *def, *ids);
     }
   }
+  if (guarded) KeepAPasswordSystemAdmin(systemAdmins);
   Audit(exists ? "update" : "create", object.GetClass(), object.GetOid().GetOidString(),
         Label(object));
 }
@@ -537,6 +542,8 @@ void ObjectStore::Remove(const CXoObjId& id) {
   int32_t cls = id.GetOidClass();
   if (cls == XoObjId_Root || !SqlFor(cls)) Fail(kInvalidArgument);
   if (!Exists(id)) Fail(kNotFound);
+  const bool guarded = cls == XoObjId_Admin;
+  const int64_t systemAdmins = guarded ? PasswordSystemAdmins() : 0;
 
   // Everything the object owns, transitively.
   std::vector<CXoObjId> doomed{id};
@@ -582,6 +589,25 @@ void ObjectStore::Remove(const CXoObjId& id) {
     named->Step();
     Audit("delete", victim.GetOidClass(), victim.GetOidString(), name);
   }
+  if (guarded) KeepAPasswordSystemAdmin(systemAdmins);
+}
+
+int64_t ObjectStore::PasswordSystemAdmins() {
+  static const std::string count = [] {
+    const CXoObjDictProp& admin = *CXoObjDictProp::ForClass(XoObjId_Admin);
+    const auto column = [&](uint32_t prop) { return ColumnName(*admin.Find(prop)); };
+    return "SELECT count(*) FROM " + std::string(admin.Table()) + " WHERE (" +
+           column(CXoObjAdmin::AdminFlags) + " & " + std::to_string(XO_ADMFLAG_SYSTEM) +
+           ") != 0 AND " + column(CXoObjAdmin::DirectoryBound) + " = 0 AND " +
+           column(CXoObjAdmin::AdminText) + " != ''";
+  }();
+  Use select(db_.Prepare(count));
+  select->Step();
+  return select->Int(0);
+}
+
+void ObjectStore::KeepAPasswordSystemAdmin(int64_t before) {
+  if (before > 0 && PasswordSystemAdmins() == 0) Fail(kLastSystemAdmin);
 }
 
 void ObjectStore::Audit(const std::string& operation, int32_t cls, const std::string& oid,

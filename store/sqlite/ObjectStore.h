@@ -60,6 +60,11 @@ class ObjectStore {
                        const CXoObjIdArray& ids);
   void WriteInverseList(const CXoObjId& member, const XoPropDef& def, const CXoObjIdArray& owners);
   std::string LabelOf(const CXoObjId& id);
+  // The administrators who hold the system right and log in with a password
+  // of their own, which no directory outage can keep out.
+  int64_t PasswordSystemAdmins();
+  // Refuses a change that leaves none of them where there were some.
+  void KeepAPasswordSystemAdmin(int64_t before);
 
   Connection& db_;
 };

@@ -349,6 +349,22 @@ int32_t SqliteBackend::SaveProperty(const CXoObjId& id, uint32_t prop, const XoP
              [&](ObjectStore& store) { store.WriteProperty(id, prop, value); });
 }
 
+int32_t SqliteBackend::BeginChange(const std::string& sessionId) {
+  Connection* connection = SessionConnection(sessionId);
+  return Run(connection, Mode::Single, [&](ObjectStore&) {
+    connection->readAhead.Clear();
+    connection->BeginChange();
+  });
+}
+
+int32_t SqliteBackend::EndChange(const std::string& sessionId, bool keep) {
+  Connection* connection = SessionConnection(sessionId);
+  return Run(connection, Mode::Single, [&](ObjectStore&) {
+    connection->readAhead.Clear();
+    connection->EndChange(keep);
+  });
+}
+
 int32_t SqliteBackend::BeginTransaction(const std::string& sessionId) {
   Connection* connection = SessionConnection(sessionId);
   return Run(connection, Mode::Single, [&](ObjectStore&) {

@@ -46,6 +46,9 @@ class SqliteBackend : public IStoreBackend {
   void BeginReadSnapshot(const std::string& sessionId) override;
   void EndReadSnapshot(const std::string& sessionId) override;
 
+  int32_t BeginChange(const std::string& sessionId) override;
+  int32_t EndChange(const std::string& sessionId, bool keep) override;
+
   int32_t BeginTransaction(const std::string& sessionId) override;
   int32_t CommitTransaction(const std::string& sessionId) override;
   int32_t RollbackTransaction(const std::string& sessionId) override;

@@ -2,6 +2,7 @@
 // membership in domains.
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -146,6 +147,51 @@ TEST_F(AdministratorsTest, UpdateKeepsTheDomainsTheAdministratorManages) {
   EXPECT_EQ(std::count(calls.begin(), calls.end(), StoreOp::FetchProperty), 1);
 }
 
+TEST_F(AdministratorsTest, TheLastSystemAdministratorWithAPasswordCannotGo) {
+  Store().UserDirectory("corporate");
+  Store().Scheme("tokens");
+  const AdminRecord self = Get(kAdmin)[0];
+  const auto update = [&](auto edit) {
+    AdminRecord record = self;
+    edit(record);
+    return Xo_PolicyApi_AddAdmin(handle_, &record, 1);
+  };
+  const auto bind = [](AdminRecord& r) {
+    std::strcpy(r.userDirName, "corporate");
+    std::strcpy(r.schemeName, "tokens");
+  };
+  const struct {
+    const char* change;
+    std::function<int32_t()> call;
+  } kRefused[] = {
+      {"delete", [&] { return Xo_PolicyApi_DeleteAdmin(handle_, kAdmin); }},
+      {"drop the system right",
+       [&] { return update([](AdminRecord& r) { r.adminFlags = XO_ADMIN_DOMAIN; }); }},
+      {"drop the password", [&] { return update([](AdminRecord& r) { r.adminText[0] = '\0'; }); }},
+      {"log in through a directory", [&] { return update(bind); }},
+  };
+  const std::string before = Snapshot();
+  for (const auto& refused : kRefused) {
+    EXPECT_EQ(refused.call(), XO_ERR_GENERAL) << refused.change;
+    EXPECT_EQ(Snapshot(), before) << refused.change;
+  }
+  EXPECT_EQ(CXoObjStore::Delete(CXoObjId(std::string(self.objectId)), Store().Sid()),
+            xo::store::kLastSystemAdmin);
+
+  // One whose directory may be unreachable does not count; one with a
+  // password does, and then either may go, but not both.
+  AdminRecord bound = Record("directory-root", "pw", XO_ADMIN_SYSTEM);
+  bind(bound);
+  Add(bound);
+  EXPECT_EQ(Xo_PolicyApi_DeleteAdmin(handle_, kAdmin), XO_ERR_GENERAL);
+  Add(Record("backup", "pw", XO_ADMIN_SYSTEM));
+  EXPECT_EQ(update([](AdminRecord& r) { r.adminFlags = XO_ADMIN_DOMAIN; }), 0);
+  PolicyApiSession* backup = nullptr;
+  ASSERT_EQ(Login("backup", "pw", &backup), 0);
+  EXPECT_EQ(Xo_PolicyApi_DeleteAdmin(backup, "backup"), XO_ERR_GENERAL);
+  EXPECT_EQ(Xo_PolicyApi_DeleteAdmin(backup, kAdmin), 0);
+}
+
 TEST_F(AdministratorsTest, GetAndDeleteTakeEveryAdministratorOfTheName) {
   const CXoObjId first = Add(Record("twin"));
   const CXoObjId second = Duplicate(first);
@@ -221,7 +267,7 @@ TEST_F(AdministratorsTest, StoreFailuresAreMappedAndChangeNothing) {
             4);
   EXPECT_EQ(SweepBusy([&] { return Xo_PolicyApi_AddAdmin(handle_, &bound, 1); },
                       expect({XO_ERR_USERDIR_SEARCH, XO_ERR_SCHEME_SEARCH, kAbsorbed})),
-            6);
+            8);
   // An absent domain list is an empty one: the update goes on.
   Faults().FailAt(StoreOp::FetchProperty, 1, kPropertyAbsent);
   EXPECT_EQ(Xo_PolicyApi_AddAdmin(handle_, &bound, 1), 0);
@@ -230,10 +276,10 @@ TEST_F(AdministratorsTest, StoreFailuresAreMappedAndChangeNothing) {
   EXPECT_EQ(SweepBusy([&] { return Get("dana", found); }, expect({})), 5);
   EXPECT_EQ(
       SweepBusy([&] { return Join("dana"); }, expect({XO_ERR_DOMAIN_SEARCH, XO_ERR_ADMIN_SEARCH})),
-      5);
+      7);
   EXPECT_EQ(
       SweepBusy([&] { return Leave("dana"); }, expect({XO_ERR_DOMAIN_SEARCH, XO_ERR_ADMIN_SEARCH})),
-      5);
+      7);
   EXPECT_EQ(SweepBusy([&] { return Xo_PolicyApi_DeleteAdmin(handle_, "dana"); }, expect({})), 3);
 }
 

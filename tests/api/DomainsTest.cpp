@@ -212,7 +212,7 @@ TEST_F(DomainsTest, StoreFailuresAreMappedAndChangeNothing) {
   DomainRecord update = Record("sales", "changed");
   EXPECT_EQ(SweepBusy([&] { return Xo_PolicyApi_AddDomain(handle_, &update, 1); },
                       {{StoreOp::Search, 0, kAbsorbed}}),
-            5);
+            7);
 
   const CXoObjId domain = CXoObjId(std::string(record.objectId));
   Duplicate(Store().Domain("twin"));

@@ -180,8 +180,8 @@ TEST_F(UserDirectoriesTest, StoreAndAllocationFailuresAreMappedAndChangeNothing)
   // The second fetch reads the query scheme's name.
   EXPECT_EQ(SweepBusy([&] { return Get("hr", found); }, {firstFetch, namesFetched}), 4);
   ASSERT_EQ(Add("hr"), 0);
-  EXPECT_EQ(SweepBusy([&] { return Remove("hr"); }, {domain, dir}), 5);
-  EXPECT_EQ(SweepBusy([&] { return Add("corporate"); }, {domain, dir}), 5);
+  EXPECT_EQ(SweepBusy([&] { return Remove("hr"); }, {domain, dir}), 7);
+  EXPECT_EQ(SweepBusy([&] { return Add("corporate"); }, {domain, dir}), 7);
   ASSERT_EQ(Add("hr"), 0);
   // The domain is fetched whole, then each directory for its name.
   EXPECT_EQ(SweepBusy([&] { return Order(names); }, {domain, firstFetch, namesFetched}), 5);
@@ -190,7 +190,7 @@ TEST_F(UserDirectoriesTest, StoreAndAllocationFailuresAreMappedAndChangeNothing)
                   return SetOrder({"hr", "corporate"});
                 },
                 {domain, dir, {StoreOp::Search, 3, XO_ERR_USERDIR_SEARCH}}),
-            6);
+            8);
 
   Duplicate(Store().UserDirectory("twin"));
   Store().AppendToDomainList(sales_, CXoObjDomain::UserDirectories, Store().UserDirectory("a"));

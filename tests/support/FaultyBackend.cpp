@@ -26,7 +26,9 @@ const char* OpName(StoreOp op) {
                                        "ReadSetting",
                                        "ReadAudit",
                                        "ReadInfo",
-                                       "FetchWithoutSession"};
+                                       "FetchWithoutSession",
+                                       "BeginChange",
+                                       "EndChange"};
   return kNames[static_cast<int>(op)];
 }
 
@@ -36,7 +38,7 @@ void FaultPlan::FailAt(StoreOp op, int k, int32_t code) {
   remaining_ = k;
   code_ = code;
   fired_ = false;
-  callsOfOp_.assign(static_cast<size_t>(StoreOp::FetchWithoutSession) + 1, 0);
+  callsOfOp_.assign(static_cast<size_t>(StoreOp::kCount), 0);
 }
 
 void FaultPlan::Disarm() {
@@ -145,6 +147,19 @@ class FaultyBackend : public IStoreBackend {
   int32_t SaveProperty(const CXoObjId& id, uint32_t prop, const XoPropValue& value,
                        const std::string& sessionId) override {
     XO_FORWARD(SaveProperty, SaveProperty(id, prop, value, sessionId));
+  }
+  int32_t BeginChange(const std::string& sessionId) override {
+    XO_FORWARD(BeginChange, BeginChange(sessionId));
+  }
+  // A failed end of a change is a commit that did not happen: the real
+  // store gives the change up, so that nothing of it stays.
+  int32_t EndChange(const std::string& sessionId, bool keep) override {
+    int32_t code = 0;
+    if (plan_->Intercept(StoreOp::EndChange, code)) {
+      inner_->EndChange(sessionId, false);
+      return code;
+    }
+    return inner_->EndChange(sessionId, keep);
   }
   int32_t BeginTransaction(const std::string& sessionId) override {
     XO_FORWARD(BeginTransaction, BeginTransaction(sessionId));

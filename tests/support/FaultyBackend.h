@@ -33,6 +33,9 @@ enum class StoreOp {
   ReadAudit,
   ReadInfo,
   FetchWithoutSession,
+  BeginChange,
+  EndChange,
+  kCount  // not an operation: the number of them
 };
 
 const char* OpName(StoreOp op);

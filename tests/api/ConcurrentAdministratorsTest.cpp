@@ -1,0 +1,41 @@
+// Several administrators changing the same lists at once, from several
+// processes with several threads each: every change a call acknowledged is
+// in the store at the end, nothing else is, and no call fails but with the
+// store's busy code (-107) after its wait.
+#include <gtest/gtest.h>
+
+#include <iostream>
+
+#include "support/ConcurrentMix.h"
+#include "support/Environment.h"
+#include "support/StoreFile.h"
+
+namespace xo::test {
+namespace {
+
+TEST(ConcurrentAdministrators, KeepEveryAcknowledgedChangeOfSharedLists) {
+  const std::string directory = MakeScratchDirectory();
+  const std::string path = directory + "/policy.db";
+  const MixPlan plan{2, 4, 6};
+  PrepareMixStore(path, plan);
+
+  const MixOutcome done = RunMix(path, plan);
+  const MixOutcome stored = ReadMixStore(path);
+
+  std::cout << "calls " << done.calls << ", acknowledged " << done.acknowledged << ", busy "
+            << done.busy << ", present " << stored.groupMembers.size() << " members, "
+            << stored.domainAdmins.size() << " administrators, " << stored.domainDirectories.size()
+            << " directories, " << stored.rules.size() << " rules\n";
+  EXPECT_EQ(done.calls, done.acknowledged + done.busy);
+  EXPECT_EQ(done.unexpected, std::vector<std::string>{});
+  EXPECT_EQ(stored.unexpected, std::vector<std::string>{});
+  EXPECT_EQ(stored.groupMembers, done.groupMembers);
+  EXPECT_EQ(stored.domainAdmins, done.domainAdmins);
+  EXPECT_EQ(stored.domainDirectories, done.domainDirectories);
+  EXPECT_EQ(stored.rules, done.rules);
+  EXPECT_EQ(QueryStoreFile(path, "PRAGMA integrity_check"), std::vector<std::string>{"ok"});
+  RemoveDirectory(directory);
+}
+
+}  // namespace
+}  // namespace xo::test

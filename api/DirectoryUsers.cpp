@@ -127,7 +127,8 @@ XO_API Xo_PolicyApi_FlushUser(PolicyApiSession* handle, const char* userDirName,
       return rc;
     }
     std::string message;
-    if (CXoAdmUserDirectory(directory).IsAllowed(call.Session(), message) != 0) {
+    if (CXoAdmUserDirectory(directory).IsAllowedOnUser(call.Session(), ArgText(user), message) !=
+        0) {
       return XO_ERR_GENERAL;
     }
     // The user need not exist: the servers forget whatever they hold for it.

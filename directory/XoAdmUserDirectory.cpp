@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <new>
+#include <vector>
 
 #include "Settings.h"
 #include "XoDsDir.h"
@@ -117,13 +118,71 @@ XoAdmError CXoAdmUserDirectory::IsAllowed(const CXoAdmSession& session, std::str
   }
 }
 
+// The administrators who log in through this directory and hold a right the
+// session's administrator lacks; then whether `user` is one of their logins,
+// decided by the directory itself: both names are looked up and their
+// entries compared. When the user cannot be looked up while such
+// administrators exist, the change is refused rather than guessed.
+XoAdmError CXoAdmUserDirectory::GuardAdminLogins(const CXoAdmSession& session, Opened& opened,
+                                                 const std::string& user, std::string& message) {
+  CXoObjIdArray admins;
+  const int32_t searched = CXoObjStore::Search(CXoObjAdmin(), admins, CXoObjAdmin::UserDirectory,
+                                               directory_, session.GetSessionID());
+  if (Failed(searched)) {
+    message =
+        std::string("the directory's administrators could not be read: ") + Describe(searched);
+    return searched;
+  }
+  std::vector<std::string> beyond;
+  for (const CXoObjId& id : admins) {
+    CXoObjAdmin admin(id);
+    const int32_t fetched = CXoObjStore::Fetch(admin, 0, nullptr, session.GetSessionID());
+    if (Failed(fetched)) {
+      message = std::string("an administrator could not be read: ") + Describe(fetched);
+      return fetched;
+    }
+    if (admin.GetDirectoryBound() && !session.GetAdminUser().Covers(admin)) {
+      beyond.push_back(admin.GetName());
+    }
+  }
+  if (beyond.empty()) return 0;
+  int32_t kind = 0;
+  std::string entry;
+  std::string display;
+  if (!opened.Dir().GetDirObjInfo(user, kind, entry, display)) {
+    message = "cannot tell whether '" + user +
+              "' is the login of an administrator with more rights: " + opened.Dir().LastError();
+    return kFailed;
+  }
+  for (const std::string& name : beyond) {
+    std::string login;
+    if (!opened.Dir().GetDirObjInfo(name, kind, login, display) || login != entry) continue;
+    message = "'" + user + "' is the login of administrator '" + name +
+              "', who holds rights that administrator '" + session.GetUser() + "' does not";
+    return kFailed;
+  }
+  return 0;
+}
+
+XoAdmError CXoAdmUserDirectory::IsAllowedOnUser(const CXoAdmSession& session,
+                                                const std::string& user, std::string& message) {
+  return Run(
+      session, message, "", [](CXoDsDir&) { return true; }, &user);
+}
+
 template <class Operation>
 XoAdmError CXoAdmUserDirectory::Run(const CXoAdmSession& session, std::string& message,
-                                    const std::string& what, Operation&& operation) {
+                                    const std::string& what, Operation&& operation,
+                                    const std::string* user) {
   if (XoAdmError allowed = IsAllowed(session, message); allowed != 0) return allowed;
   try {
     Opened opened;
     if (XoAdmError code = opened.Open(directory_, session, message); code != 0) return code;
+    if (user != nullptr) {
+      if (XoAdmError code = GuardAdminLogins(session, opened, *user, message); code != 0) {
+        return code;
+      }
+    }
     if (operation(opened.Dir())) return 0;
     message = what + " in directory '" + opened.Directory().GetName() +
               "' failed: " + opened.Dir().LastError();
@@ -136,14 +195,16 @@ XoAdmError CXoAdmUserDirectory::Run(const CXoAdmSession& session, std::string& m
 
 XoAdmError CXoAdmUserDirectory::SetPassword(const std::string& user, const std::string& password,
                                             std::string& message, const CXoAdmSession& session) {
-  return Run(session, message, "setting the password of '" + user + "'",
-             [&](CXoDsDir& dir) { return dir.SetPassword(user, password); });
+  return Run(
+      session, message, "setting the password of '" + user + "'",
+      [&](CXoDsDir& dir) { return dir.SetPassword(user, password); }, &user);
 }
 
 XoAdmError CXoAdmUserDirectory::SetDisabled(const std::string& user, XoDisabledReason reason,
                                             std::string& message, const CXoAdmSession& session) {
-  return Run(session, message, "setting the disabled state of '" + user + "'",
-             [&](CXoDsDir& dir) { return dir.SetDisabled(user, reason); });
+  return Run(
+      session, message, "setting the disabled state of '" + user + "'",
+      [&](CXoDsDir& dir) { return dir.SetDisabled(user, reason); }, &user);
 }
 
 XoAdmError CXoAdmUserDirectory::GetDisabled(const std::string& user, XoDisabledReason& reason,

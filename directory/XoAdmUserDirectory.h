@@ -25,6 +25,12 @@ class CXoAdmUserDirectory {
                                  std::string& message, const CXoAdmSession& session);
   // Whether the session's administrator may manage this directory's users.
   virtual XoAdmError IsAllowed(const CXoAdmSession& session, std::string& message);
+  // Whether it may change this one user: besides IsAllowed, a user whose
+  // entry is the login of an administrator holding rights that the session's
+  // administrator lacks is refused (its password, its disabled state and the
+  // servers' cache of it would hand those rights over).
+  virtual XoAdmError IsAllowedOnUser(const CXoAdmSession& session, const std::string& user,
+                                     std::string& message);
   // The path of the entry that a name (or path) finds in the directory.
   virtual XoAdmError SearchValue(const std::string& name, std::string& value,
                                  const CXoAdmSession& session);
@@ -34,9 +40,12 @@ class CXoAdmUserDirectory {
  private:
   class Opened;
   // The rights check, the fetch of the directory, then `operation` on it.
+  // With `user`, the rights on that user too (see IsAllowedOnUser).
   template <class Operation>
   XoAdmError Run(const CXoAdmSession& session, std::string& message, const std::string& what,
-                 Operation&& operation);
+                 Operation&& operation, const std::string* user = nullptr);
+  XoAdmError GuardAdminLogins(const CXoAdmSession& session, Opened& opened, const std::string& user,
+                              std::string& message);
 
   CXoObjId directory_;
 };

@@ -113,6 +113,7 @@ std::string CXoAdmObject::SearchValue(uint32_t prop) const {
 bool CXoAdmDomain::Find(const CXoAdmObject& object) const {
   const CXoObjBase* base = object.GetBaseObject();
   if (!base) return false;
+  if (base->GetOid().IsEqual(domain_.GetOid())) return true;
   if (base->GetDomainOid().IsEqual(domain_.GetOid())) return true;
   for (const CXoObjIdArray* list : {&domain_.GetUserDirectories(), &domain_.GetAdmins()}) {
     for (const CXoObjId& id : *list) {

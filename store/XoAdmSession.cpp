@@ -6,6 +6,7 @@
 
 #include "DirectoryLogin.h"
 #include "StoreBackend.h"
+#include "XoObjClasses.h"
 #include "XoStoreCodes.h"
 #include "platform/Random.h"
 
@@ -82,6 +83,20 @@ bool CXoAuthAdminUser::IsAllowed(int32_t right, int32_t arg, const CXoObjId& sco
     default:
       return false;
   }
+}
+
+bool CXoAuthAdminUser::Covers(const CXoObjAdmin& other) const {
+  IStoreBackend* backend = CurrentBackend();
+  if (!backend || sessionId_.empty()) return false;
+  AdminRights rights;
+  if (Failed(backend->ReadRights(sessionId_, RootObjectId, rights))) return false;
+  if (rights.flags & XO_ADMFLAG_SYSTEM) return true;
+  if ((other.GetFlags() & ~rights.flags) != 0) return false;
+  if ((other.GetFlags() & XO_ADMFLAG_DOMAIN) == 0) return true;
+  for (const CXoObjId& domain : other.GetDomains()) {
+    if (!IsAllowed(XO_RIGHT_MANAGE, 0, domain)) return false;
+  }
+  return true;
 }
 
 CXoAdmSession::CXoAdmSession(const std::string& user, const std::string& password,

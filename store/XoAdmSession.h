@@ -7,6 +7,8 @@
 
 #include "XoObjId.h"
 
+class CXoObjAdmin;
+
 using XoAdmError = int32_t;  // 0 for success
 
 constexpr int32_t XO_RIGHT_MANAGE = 2;
@@ -29,6 +31,12 @@ class CXoAuthAdminUser {
   void SetSessionID(const std::string& sessionId) { sessionId_ = sessionId; }
   // MANAGE (2) on a scope, or COMMAND (8) for command value `arg`.
   bool IsAllowed(int32_t right, int32_t arg, const CXoObjId& scope) const;
+  // Whether this administrator holds every right that `other` (a stored
+  // administrator, fetched whole) holds: each of its flags, and MANAGE on
+  // each domain it manages. A system administrator covers everyone. What
+  // may be done to another administrator's login (its password, whether it
+  // is disabled) is decided here.
+  bool Covers(const CXoObjAdmin& other) const;
 
  private:
   std::string sessionId_;

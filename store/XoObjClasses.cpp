@@ -30,7 +30,10 @@ CXoObjBase* CXoObjBase::Copy() const { return new CXoObjBase(*this); }
 
 const CXoObjId& CXoObjBase::GetDomainOid() const {
   if (dict_->DomainProp()) return Id(dict_->DomainProp());
-  if (dict_->Class() == XoObjId_Domain && !oid_.IsOidNull()) return oid_;
+  // A domain lives in the root, as every system-level object does: its name
+  // and its existence are the system administrator's, not its own
+  // administrators' (renaming one takes MANAGE on the root).
+  if (dict_->Class() == XoObjId_Domain && !oid_.IsOidNull()) return RootObjectId;
   return scope_;
 }
 

@@ -171,7 +171,8 @@ TEST_F(DirectoryUsersTest, AnLdapDirectoryServesTheSameCalls) {
 
 TEST_F(DirectoryUsersTest, StoreFailuresAreMappedOrReportedByTheDirectory) {
   // Only the resolution is the API's own; the rest of a failed user-state
-  // call is the administration object's, which reports -1.
+  // call is the administration object's, which reports -1. A change also
+  // looks for administrators who log in through the directory.
   const auto byDirectory = [](StoreOp op, int n) {
     return op == StoreOp::Search && n == 1 ? XO_ERR_USERDIR_SEARCH : XO_ERR_GENERAL;
   };
@@ -181,11 +182,11 @@ TEST_F(DirectoryUsersTest, StoreFailuresAreMappedOrReportedByTheDirectory) {
                                                           Xo_Api_DisabledByAdmin, nullptr);
                 },
                 byDirectory),
-            4);
+            5);
   EXPECT_EQ(
       SweepBusy([&] { return Xo_PolicyApi_SetPassword(handle_, "hr", "users/bob", "pw", nullptr); },
                 byDirectory),
-      4);
+      5);
   EXPECT_EQ(SweepBusy(
                 [&] {
                   Xo_Api_DisabledReason_t reason;
@@ -198,7 +199,7 @@ TEST_F(DirectoryUsersTest, StoreFailuresAreMappedOrReportedByTheDirectory) {
                       [&](StoreOp op, int n) {
                         return op == StoreOp::Save ? Mapped(kBusy) : byDirectory(op, n);
                       }),
-            3);
+            6);
   // The query scheme read for the listing failing is a directory that
   // cannot be read: an empty listing.
   std::vector<UserEntryRecord> found;

@@ -1,5 +1,7 @@
 #include "odbc/OdbcConnection.h"
 
+#include "odbc/ConnectionString.h"
+
 // clang-format off
 #include <sql.h>
 #include <sqlext.h>
@@ -150,6 +152,7 @@ struct OdbcConnection::Handles {
 
 std::unique_ptr<OdbcConnection> OdbcConnection::Open(const std::string& connectionString,
                                                      int timeoutSeconds, std::string& error) {
+  if (!UsesRegisteredDriversOnly(connectionString, error)) return nullptr;
   auto handles = std::make_unique<Handles>();
   if (!SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &handles->env))) {
     error = "the ODBC driver manager cannot be used";

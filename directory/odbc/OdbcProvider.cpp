@@ -100,8 +100,9 @@ bool OdbcProvider::Change(OdbcConnection& connection, OdbcQuery query,
   std::vector<OdbcRow> rows;
   int64_t changed = 0;
   if (!Run(connection, query, params, rows, error, 0, &changed)) return false;
-  if (changed == 0) {
-    error = Label(query) + " changed nothing";
+  // A driver that cannot count what it changed (-1) is not taken at its word.
+  if (changed < 1) {
+    error = Label(query) + " matched no row";
     return false;
   }
   return true;
@@ -185,15 +186,18 @@ bool OdbcProvider::Authenticate(const std::string& user, const std::string& pass
   std::unique_ptr<OdbcConnection> connection = Connect(error);
   DirEntry found;
   if (!connection || !FindKind(*connection, user, XoDs_User, found, error)) return false;
+  // Fails closed: only one row, holding the whole number 1 (or the stored
+  // password, when there is no authenticate query), lets a user in. Two
+  // rows, an empty or NULL answer, "2", "yes" or "true" refuse.
   std::vector<OdbcRow> rows;
   bool accepted = false;
   if (HasQuery(kAuthenticate) || !HasQuery(kGetPassword)) {
-    if (!Run(*connection, kAuthenticate, {found.path, password}, rows, error, 1)) return false;
-    const std::string answer = rows.empty() ? "" : Column(rows.front(), 0);
-    accepted = !answer.empty() && answer != "0";
+    if (!Run(*connection, kAuthenticate, {found.path, password}, rows, error, 2)) return false;
+    int32_t answer = 0;
+    accepted = rows.size() == 1 && ParseInteger(Column(rows.front(), 0), answer) && answer == 1;
   } else {
-    if (!Run(*connection, kGetPassword, {found.path}, rows, error, 1)) return false;
-    accepted = !rows.empty() && SameSecret(password, Column(rows.front(), 0));
+    if (!Run(*connection, kGetPassword, {found.path}, rows, error, 2)) return false;
+    accepted = rows.size() == 1 && SameSecret(password, Column(rows.front(), 0));
   }
   if (!accepted) error = "wrong password for " + found.path;
   return accepted;

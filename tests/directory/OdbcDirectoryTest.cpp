@@ -131,10 +131,67 @@ TEST_F(OdbcDirectoryTest, MissingOrBrokenQueriesFailWithTheirNumber) {
   EXPECT_NE(dir.LastError().find("query 1 (enumerate)"), std::string::npos) << dir.LastError();
 }
 
+TEST_F(OdbcDirectoryTest, OnlyOneRowHoldingOneLetsAUserIn) {
+  // The authenticate query's answer for alice with her password.
+  const struct {
+    const char* answer;
+    bool accepted;
+  } kAnswers[] = {
+      {"SELECT 1", true},      {"SELECT ' 1'", false},      {"SELECT 2", false},
+      {"SELECT 'yes'", false}, {"SELECT 'true'", false},    {"SELECT NULL", false},
+      {"SELECT '' ", false},   {"SELECT 1 WHERE 0", false}, {"SELECT 1 UNION ALL SELECT 1", false},
+  };
+  for (const auto& [answer, accepted] : kAnswers) {
+    // Each still binds both parameters, as the driver expects.
+    queries_.Set(Q::Query1 + 3,
+                 std::string(answer) + (std::string(answer).find("WHERE") == std::string::npos
+                                            ? " WHERE ? IS NOT NULL AND ? IS NOT NULL"
+                                            : " AND ? AND ?"));
+    EXPECT_EQ(Dir().Authenticate("alice", "alice-pw"), accepted) << answer;
+  }
+  // Without an authenticate query, one stored password and only one.
+  queries_.Set(Q::Query1 + 3, std::string(""));
+  queries_.Set(Q::Query1 + 4, std::string("SELECT password FROM users WHERE ? IS NOT NULL"));
+  EXPECT_FALSE(Dir().Authenticate("alice", "alice-pw"));
+}
+
+TEST_F(OdbcDirectoryTest, ChangesThatMatchNoRowFail) {
+  queries_.Set(Q::Query1 + 5, std::string("UPDATE users SET password = ? WHERE name = ? AND 0"));
+  queries_.Set(Q::Query1 + 7, std::string("UPDATE users SET disabled = ? WHERE ? = 'nobody'"));
+  CXoDsDir dir = Dir();
+  EXPECT_FALSE(dir.SetPassword("alice", "x"));
+  EXPECT_NE(dir.LastError().find("matched no row"), std::string::npos) << dir.LastError();
+  EXPECT_FALSE(dir.SetDisabled("bob", 1));
+  EXPECT_EQ(users_.QueryText("SELECT password FROM users WHERE name = 'alice'"), "alice-pw");
+}
+
+TEST_F(OdbcDirectoryTest, DriversAreNamedNeverLoadedFromAFile) {
+  const std::string database = ";Database=" + users_.DatabasePath();
+  const std::vector<std::string> kServers = {
+      "Driver=/usr/lib/x86_64-linux-gnu/odbc/libsqlite3odbc.so" + database,
+      "driver = {/usr/lib/x86_64-linux-gnu/odbc/libsqlite3odbc.so}" + database,
+      "Database=x;DRIVER={C:\\drivers\\evil.dll}", "FILEDSN=/tmp/users.dsn",
+      "DSN=users;SAVEFILE=/tmp/out.dsn"};
+  for (const std::string& server : kServers) {
+    directory_.Set(D::String1, server);
+    CXoDsDir dir = Dir();
+    std::vector<std::string> entries, details;
+    EXPECT_FALSE(dir.Enumerate(entries, details)) << server;
+    EXPECT_NE(dir.LastError().find("registered with the ODBC driver manager"), std::string::npos)
+        << dir.LastError();
+  }
+  // A brace-quoted value is one value: a path inside another key's braces
+  // names no driver.
+  directory_.Set(D::String1, std::string("Driver=SQLite3;Database=") + users_.DatabasePath() +
+                                 ";Description={;Driver=/x.so}");
+  std::vector<std::string> entries, details;
+  EXPECT_TRUE(Dir().Enumerate(entries, details)) << Dir().LastError();
+}
+
 TEST_F(OdbcDirectoryTest, UnreachableDatabasesAndMissingSchemesFail) {
   std::vector<std::string> entries;
   std::vector<std::string> details;
-  directory_.Set(D::String1, std::string("Driver=/nonexistent/driver.so;Database=x"));
+  directory_.Set(D::String1, std::string("Driver=NoSuchDriver;Database=x"));
   CXoDsDir noDriver = Dir();
   EXPECT_FALSE(noDriver.Enumerate(entries, details));
   EXPECT_NE(noDriver.LastError().find("connecting"), std::string::npos) << noDriver.LastError();

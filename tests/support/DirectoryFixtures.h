@@ -71,7 +71,7 @@ class LdapServer {
 // kinds. Passwords are kept as plain text, so that query 4 can compare them.
 class OdbcUsers {
  public:
-  static constexpr const char* kDriver = "/usr/lib/x86_64-linux-gnu/odbc/libsqlite3odbc.so";
+  static constexpr const char* kDriver = "SQLite3";  // as the driver manager knows it
 
   OdbcUsers();
   ~OdbcUsers();

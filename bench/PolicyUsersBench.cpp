@@ -24,7 +24,7 @@ namespace {
 
 constexpr int64_t kAttachments = 10000;
 constexpr int64_t kPopulateBatch = 1000;
-constexpr const char* kOdbcDriver = "/usr/lib/x86_64-linux-gnu/odbc/libsqlite3odbc.so";
+constexpr const char* kOdbcDriver = "SQLite3";
 
 void Check(bool ok, const std::string& what) {
   if (!ok) throw std::runtime_error(what + " failed");

@@ -27,8 +27,19 @@ class Provider {
  public:
   virtual ~Provider() = default;
 
-  // The users, groups and organisational units under the search root.
+  // The users, groups and organisational units under the search root, up
+  // to the directory's maximum number of results.
   virtual bool Enumerate(std::vector<DirEntry>& entries, std::string& error) = 0;
+  // Enumerate, and `cut` tells whether the listing stops short of every
+  // entry under the search root: the maximum number of results ended it, or
+  // the server would not hand out more. The listed entries are then the
+  // first ones in the directory's order. A provider that cannot tell
+  // reports false.
+  virtual bool EnumerateReportingCut(std::vector<DirEntry>& entries, bool& cut,
+                                     std::string& error) {
+    cut = false;
+    return Enumerate(entries, error);
+  }
   // One entry, by its path or by a user's name.
   virtual bool Lookup(const std::string& entry, DirEntry& found, std::string& error) = 0;
   virtual bool Authenticate(const std::string& user, const std::string& password,

@@ -35,6 +35,7 @@ Settings ReadSettings(const CXoObjUserDirectory& directory) {
   s.scope = scope >= 0 && scope <= 2 ? static_cast<SearchScope>(scope) : SearchScope::Subtree;
   s.requireCredentials = directory.Flag(D::Flag1);
   s.secureConnection = directory.Flag(D::Flag2);
+  s.caFile = directory.Text(D::String9);
   return s;
 }
 

@@ -29,6 +29,7 @@ struct Settings {
   SearchScope scope = SearchScope::Subtree;  // integer 3
   bool requireCredentials = false;           // flag 1
   bool secureConnection = false;             // flag 2
+  std::string caFile;                        // string 9: CA certificates for LDAP over TLS
 
   DirectoryType Type() const;
   // The timeout actually applied to each round trip to the server.

@@ -53,9 +53,16 @@ bool CXoDsDir::Use(Operation&& operation) {
 }
 
 bool CXoDsDir::Enumerate(std::vector<std::string>& entries, std::vector<std::string>& details) {
+  bool cut = false;
+  return Enumerate(entries, details, cut);
+}
+
+bool CXoDsDir::Enumerate(std::vector<std::string>& entries, std::vector<std::string>& details,
+                         bool& cut) {
   return Use([&](Provider& provider, std::string& error) {
     std::vector<DirEntry> found;
-    if (!provider.Enumerate(found, error)) return false;
+    bool shortened = false;
+    if (!provider.EnumerateReportingCut(found, shortened, error)) return false;
     std::vector<std::string> paths;
     std::vector<std::string> texts;
     paths.reserve(found.size());
@@ -69,6 +76,7 @@ bool CXoDsDir::Enumerate(std::vector<std::string>& entries, std::vector<std::str
                    std::make_move_iterator(paths.end()));
     details.insert(details.end(), std::make_move_iterator(texts.begin()),
                    std::make_move_iterator(texts.end()));
+    cut = shortened;
     return true;
   });
 }

@@ -43,6 +43,13 @@ class CXoDsDir {
   // name and display name: "User: Alice Liddell"). False when the directory
   // cannot be read; the lists are then left as they were.
   bool Enumerate(std::vector<std::string>& entries, std::vector<std::string>& details);
+  // The same, and `cut` tells whether the listing stops short of every entry
+  // under the search root: the directory's maximum number of results
+  // (integer setting 1) ended it, or the server would not hand out more. The
+  // entries listed are then the first ones in the directory's order (when
+  // they are as many as the maximum, the maximum ended the listing). An ODBC
+  // directory's provider does not tell yet: it always reports false.
+  bool Enumerate(std::vector<std::string>& entries, std::vector<std::string>& details, bool& cut);
   // One entry: its kind (XoDsObjectClass) and two texts (its path and its
   // display name). False when it is not there or cannot be read.
   bool GetDirObjInfo(const std::string& entry, int32_t& kind, std::string& path,

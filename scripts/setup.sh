@@ -10,9 +10,10 @@ packages=(
   gcc-multilib g++-multilib
   libcli11-dev nlohmann-json3-dev clang-format
   # User directories: OpenLDAP's client library and unixODBC to build against;
-  # slapd, its tools and the SQLite ODBC driver for the directory tests.
+  # slapd, its tools and the SQLite ODBC driver for the directory tests, and
+  # openssl for the throw-away certificates of the tests' TLS server.
   libldap-dev unixodbc unixodbc-dev odbcinst libsqliteodbc
-  slapd ldap-utils
+  slapd ldap-utils openssl
 )
 
 missing=()

@@ -1,7 +1,6 @@
 #include "ldap/Filters.h"
 
 #include <cctype>
-#include <cstdio>
 
 #include "XoDsDir.h"
 
@@ -47,21 +46,6 @@ const char* const kListedEntries =
     "(|(objectClass=person)(objectClass=posixAccount)(objectClass=account)(objectClass=user)"
     "(objectClass=groupOfNames)(objectClass=groupOfUniqueNames)(objectClass=posixGroup)"
     "(objectClass=group)(objectClass=organizationalUnit)(objectClass=organization))";
-
-std::string EscapeFilterValue(const std::string& value) {
-  std::string escaped;
-  escaped.reserve(value.size());
-  for (unsigned char c : value) {
-    if (c == '*' || c == '(' || c == ')' || c == '\\' || c == '\0') {
-      char hex[4];
-      std::snprintf(hex, sizeof hex, "\\%02x", c);
-      escaped += hex;
-    } else {
-      escaped += static_cast<char>(c);
-    }
-  }
-  return escaped;
-}
 
 int32_t KindOf(const std::vector<std::string>& objectClasses) {
   // An entry of several kinds takes the first in the table's order.

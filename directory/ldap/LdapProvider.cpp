@@ -1,14 +1,17 @@
 #include "ldap/LdapProvider.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstdint>
 
 #include "XoDsDir.h"
+#include "ldap/FilterValue.h"
 #include "ldap/Filters.h"
 
 namespace xo::directory::ldap {
 namespace {
+
+// Entries asked for in one page of a paged search.
+constexpr size_t kPageSize = 500;
 
 const std::vector<std::string>& DescribingAttributes() {
   static const std::vector<std::string> kAttributes = {"objectClass", "displayName", "cn",
@@ -34,14 +37,23 @@ DirEntry Describe(const LdapEntry& entry) {
   return {entry.dn, KindOf(entry.Values("objectClass")), DisplayName(entry)};
 }
 
-bool SameDn(const std::string& a, const std::string& b) {
-  return a.size() == b.size() &&
-         std::equal(a.begin(), a.end(), b.begin(), [](unsigned char x, unsigned char y) {
-           return std::tolower(x) == std::tolower(y);
-         });
+// A uniqueMember value without the optional UID that may follow its DN
+// ("cn=a,dc=b#'0101'B").
+std::string WithoutUid(const std::string& value) {
+  const size_t hash = value.rfind("#'");
+  const bool uid = hash != std::string::npos && value.size() >= hash + 4 &&
+                   value.compare(value.size() - 2, 2, "'B") == 0;
+  return uid ? value.substr(0, hash) : value;
 }
 
+// A page no larger than a search that wants `wanted` entries needs.
+int PageSizeFor(size_t wanted) { return static_cast<int>(std::min(wanted, kPageSize)); }
+
 }  // namespace
+
+LdapProvider::LdapProvider(Settings settings) : settings_(std::move(settings)) {
+  rootParsed_ = Dn::Parse(settings_.searchRoot, root_);
+}
 
 Scope LdapProvider::SearchScope() const {
   switch (settings_.scope) {
@@ -55,11 +67,26 @@ Scope LdapProvider::SearchScope() const {
   return Scope::Subtree;
 }
 
+size_t LdapProvider::MaxResults() const {
+  return settings_.maxResults > 0 ? static_cast<size_t>(settings_.maxResults) : SIZE_MAX;
+}
+
+bool LdapProvider::UnderRoot(const std::string& dn) const {
+  Dn parsed;
+  return rootParsed_ && Dn::Parse(dn, parsed) && parsed.IsUnder(root_);
+}
+
 std::unique_ptr<LdapConnection> LdapProvider::Connect(std::string& error) const {
-  ConnectOptions options{settings_.server, settings_.EffectiveTimeout(),
-                         settings_.secureConnection};
+  ConnectOptions options{settings_.server, settings_.EffectiveTimeout(), settings_.secureConnection,
+                         settings_.caFile};
+  const bool named = !settings_.bindUser.empty();
+  if (named && settings_.bindPassword.empty() && settings_.requireCredentials) {
+    error = "the directory requires credentials, but its account " + settings_.bindUser +
+            " has no password";
+    return nullptr;
+  }
   std::unique_ptr<LdapConnection> connection = LdapConnection::Open(options, error);
-  if (connection && !settings_.bindUser.empty() &&
+  if (connection && named && !settings_.bindPassword.empty() &&
       !connection->Bind(settings_.bindUser, settings_.bindPassword, error)) {
     error = "binding as the directory's account " + settings_.bindUser + ": " + error;
     return nullptr;
@@ -95,7 +122,15 @@ bool LdapProvider::Find(LdapConnection& connection, const std::string& entry,
     return false;
   }
   const std::vector<std::string> attributes = With(DescribingAttributes(), extra);
-  if (LdapConnection::IsDn(entry)) {
+  Dn dn;
+  if (Dn::Parse(entry, dn)) {
+    if (!rootParsed_ || !dn.IsUnder(root_)) {
+      // Text that reads as a DN may still be a user's name, which is looked
+      // up under the root.
+      if (FindUserByName(connection, entry, attributes, found, error)) return true;
+      error = entry + " is not under the directory's search root '" + settings_.searchRoot + "'";
+      return false;
+    }
     std::vector<LdapEntry> hits;
     if (!connection.Search(entry, Scope::Base, "(objectClass=*)", attributes, 1, hits, error)) {
       return false;
@@ -120,28 +155,41 @@ bool LdapProvider::FindKind(LdapConnection& connection, const std::string& entry
 }
 
 bool LdapProvider::Enumerate(std::vector<DirEntry>& entries, std::string& error) {
+  bool cut = false;
+  return EnumerateReportingCut(entries, cut, error);
+}
+
+bool LdapProvider::EnumerateReportingCut(std::vector<DirEntry>& entries, bool& cut,
+                                         std::string& error) {
   std::unique_ptr<LdapConnection> connection = Connect(error);
   if (!connection) return false;
-  // The root holds the listing but is not part of it; a subtree search may
-  // return it, so the server is asked for one more than the limit.
-  const size_t limit =
-      settings_.maxResults > 0 ? static_cast<size_t>(settings_.maxResults) : SIZE_MAX;
-  const int sizeLimit =
-      settings_.maxResults > 0 && settings_.maxResults < INT32_MAX ? settings_.maxResults + 1 : 0;
-  std::vector<LdapEntry> hits;
-  if (!connection->Search(settings_.searchRoot, SearchScope(), kListedEntries,
-                          DescribingAttributes(), sizeLimit, hits, error)) {
-    return false;
-  }
-  entries.reserve(hits.size());
-  for (const LdapEntry& hit : hits) {
-    if (entries.size() == limit) break;
-    if (settings_.scope != xo::directory::SearchScope::Base &&
-        SameDn(hit.dn, settings_.searchRoot)) {
-      continue;
-    }
-    entries.push_back(Describe(hit));
-  }
+  // The root holds the listing but is not part of it (unless the listing is
+  // of the root alone). One entry more than the maximum tells that there are
+  // more.
+  const size_t limit = MaxResults();
+  const bool skipRoot = settings_.scope != xo::directory::SearchScope::Base && rootParsed_;
+  const size_t wanted = limit == SIZE_MAX ? SIZE_MAX : limit + 2;
+  std::vector<DirEntry> listed;
+  bool more = false;
+  bool serverLimited = false;
+  const bool searched = connection->SearchAll(
+      settings_.searchRoot, SearchScope(), kListedEntries, DescribingAttributes(),
+      PageSizeFor(wanted),
+      [&](LdapEntry& hit) {
+        Dn dn;
+        if (skipRoot && Dn::Parse(hit.dn, dn) && dn == root_) return true;
+        if (listed.size() == limit) {
+          more = true;
+          return false;
+        }
+        listed.push_back(Describe(hit));
+        return true;
+      },
+      serverLimited, error);
+  if (!searched) return false;
+  cut = more || serverLimited;
+  entries.insert(entries.end(), std::make_move_iterator(listed.begin()),
+                 std::make_move_iterator(listed.end()));
   return true;
 }
 
@@ -223,12 +271,19 @@ bool LdapProvider::GroupsOf(const std::string& user, std::vector<std::string>& g
     filter += "(memberUid=" + EscapeFilterValue(uid) + ")";
   }
   filter += ")";
-  std::vector<LdapEntry> found;
-  if (!connection->Search(settings_.searchRoot, SearchScope(), filter, {"1.1"},
-                          settings_.maxResults, found, error)) {
+  const size_t limit = MaxResults();
+  std::vector<std::string> found;
+  bool serverLimited = false;
+  if (!connection->SearchAll(
+          settings_.searchRoot, SearchScope(), filter, {"1.1"}, PageSizeFor(limit),
+          [&](LdapEntry& group) {
+            found.push_back(std::move(group.dn));
+            return found.size() < limit;
+          },
+          serverLimited, error)) {
     return false;
   }
-  for (const LdapEntry& group : found) groups.push_back(group.dn);
+  groups.insert(groups.end(), found.begin(), found.end());
   return true;
 }
 
@@ -240,15 +295,23 @@ bool LdapProvider::MembersOf(const std::string& group, std::vector<std::string>&
                                {"member", "uniqueMember", "memberUid"}, hit, error)) {
     return false;
   }
-  for (const char* attribute : {"member", "uniqueMember"}) {
-    for (const std::string& dn : hit.Values(attribute)) members.push_back(dn);
+  const size_t limit = MaxResults();
+  std::vector<std::string> found;
+  for (const std::string& dn : hit.Values("member")) {
+    if (found.size() < limit && UnderRoot(dn)) found.push_back(dn);
+  }
+  for (const std::string& value : hit.Values("uniqueMember")) {
+    const std::string dn = WithoutUid(value);
+    if (found.size() < limit && UnderRoot(dn)) found.push_back(dn);
   }
   // Posix groups name their members by uid; a uid with no entry is skipped.
   for (const std::string& uid : hit.Values("memberUid")) {
+    if (found.size() == limit) break;
     LdapEntry member;
     std::string ignored;
-    if (FindUserByName(*connection, uid, {"1.1"}, member, ignored)) members.push_back(member.dn);
+    if (FindUserByName(*connection, uid, {"1.1"}, member, ignored)) found.push_back(member.dn);
   }
+  members.insert(members.end(), found.begin(), found.end());
   return true;
 }
 

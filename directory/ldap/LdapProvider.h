@@ -6,15 +6,23 @@
 #include <vector>
 
 #include "Provider.h"
+#include "ldap/DistinguishedName.h"
 #include "ldap/LdapConnection.h"
 
 namespace xo::directory::ldap {
 
+// Every entry it reads or changes lies under the search root: an entry named
+// by a DN outside it is refused, and the members of a group are given only
+// where they lie under it. Listings and group look-ups page through the
+// server's answers, so that they end only at the directory's maximum number
+// of results.
 class LdapProvider : public Provider {
  public:
-  explicit LdapProvider(Settings settings) : settings_(std::move(settings)) {}
+  explicit LdapProvider(Settings settings);
 
   bool Enumerate(std::vector<DirEntry>& entries, std::string& error) override;
+  bool EnumerateReportingCut(std::vector<DirEntry>& entries, bool& cut,
+                             std::string& error) override;
   bool Lookup(const std::string& entry, DirEntry& found, std::string& error) override;
   bool Authenticate(const std::string& user, const std::string& password,
                     std::string& error) override;
@@ -29,7 +37,8 @@ class LdapProvider : public Provider {
 
  private:
   // A connection bound as the directory's own account, or anonymous when
-  // the directory has none.
+  // the directory names none (or names one without a password and does not
+  // require credentials).
   std::unique_ptr<LdapConnection> Connect(std::string& error) const;
   // An entry by its DN, or else a user by name through the lookup filter,
   // with the attributes that name its kind and display name and `extra`.
@@ -41,9 +50,15 @@ class LdapProvider : public Provider {
   // Find, and the entry must be of the given kind.
   bool FindKind(LdapConnection& connection, const std::string& entry, int32_t kind,
                 const std::vector<std::string>& extra, LdapEntry& found, std::string& error) const;
+  // Whether a DN lies under the search root (false for text that is no DN).
+  bool UnderRoot(const std::string& dn) const;
   Scope SearchScope() const;
+  // The directory's maximum number of results, or no limit.
+  size_t MaxResults() const;
 
   Settings settings_;
+  bool rootParsed_ = false;
+  Dn root_;
 };
 
 }  // namespace xo::directory::ldap

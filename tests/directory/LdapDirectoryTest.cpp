@@ -1,9 +1,12 @@
-// CXoDsDir against a real slapd: listing, look-ups, passwords, disabled
-// state, groups, and servers that refuse, are missing or hang.
+// CXoDsDir against a real slapd: listing past the server's size limit,
+// look-ups, names that hold filter syntax, the search root, passwords,
+// disabled state, groups, and servers that refuse, are missing or hang.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "XoDsDir.h"
@@ -23,6 +26,14 @@ class LdapDirectoryTest : public ::testing::Test {
 
 double SecondsSince(Clock::time_point start) {
   return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+// The display name of the entry that a name or path finds, or "-".
+std::string Finds(CXoDsDir& dir, const std::string& entry) {
+  int32_t kind = -1;
+  std::string path;
+  std::string name;
+  return dir.GetDirObjInfo(entry, kind, path, name) ? name : "-";
 }
 
 TEST_F(LdapDirectoryTest, EnumeratesUsersGroupsAndUnitsUnderTheRoot) {
@@ -46,19 +57,51 @@ TEST_F(LdapDirectoryTest, EnumeratesUsersGroupsAndUnitsUnderTheRoot) {
   EXPECT_EQ(details[6], "User Group: operators");
 }
 
-TEST_F(LdapDirectoryTest, ScopeAndMaximumResultsBoundTheListing) {
+TEST_F(LdapDirectoryTest, ScopeBoundsTheListing) {
   directory_.Set(D::Int3, int32_t{1});  // one level below the suffix: the two units
   std::vector<std::string> entries;
   std::vector<std::string> details;
   ASSERT_TRUE(CXoDsDir(directory_).Enumerate(entries, details));
   EXPECT_EQ(entries.size(), 2u);
+}
 
-  directory_.Set(D::Int3, int32_t{2});
-  directory_.Set(D::Int1, int32_t{3});
-  entries.clear();
-  details.clear();
-  ASSERT_TRUE(CXoDsDir(directory_).Enumerate(entries, details));
-  EXPECT_EQ(entries.size(), 3u);
+// dc=other,dc=org lists 24 entries, user1 is in 7 groups, and two groups
+// have 6 members each; the server hands out 4 entries per plain search.
+TEST_F(LdapDirectoryTest, ListingsPassTheServerLimitAndStopAtTheMaximum) {
+  directory_.Set(D::String2, std::string(LdapServer::kOtherSuffix));
+  const std::string user1 = "uid=user1,ou=people,dc=other,dc=org";
+  std::vector<std::string> all;
+  for (int32_t maximum : {0, 1, 4, 5, 6, 23, 24, 25}) {
+    SCOPED_TRACE("maximum " + std::to_string(maximum));
+    directory_.Set(D::Int1, maximum);
+    CXoDsDir dir(directory_);
+    std::vector<std::string> entries;
+    std::vector<std::string> details;
+    bool cut = true;
+    ASSERT_TRUE(dir.Enumerate(entries, details, cut)) << dir.LastError();
+    if (maximum == 0) {
+      all = entries;
+      ASSERT_EQ(all.size(), 24u);
+      EXPECT_EQ(all.front(), "ou=people,dc=other,dc=org");
+    }
+    const auto upTo = [&](size_t count) {
+      return maximum ? std::min<size_t>(maximum, count) : count;
+    };
+    const size_t listed = upTo(all.size());
+    EXPECT_EQ(entries, std::vector<std::string>(all.begin(), all.begin() + listed));
+    EXPECT_EQ(details.size(), listed);
+    EXPECT_EQ(cut, listed < all.size());
+
+    std::vector<std::string> groups;
+    ASSERT_TRUE(dir.GetGroups(user1, groups)) << dir.LastError();
+    EXPECT_EQ(groups.size(), upTo(7));
+    for (const char* group :
+         {"cn=everyone,ou=groups,dc=other,dc=org", "cn=posix,ou=groups,dc=other,dc=org"}) {
+      std::vector<std::string> members;
+      ASSERT_TRUE(dir.GetMembers(group, members)) << dir.LastError();
+      EXPECT_EQ(members.size(), upTo(6)) << group;
+    }
+  }
 }
 
 TEST_F(LdapDirectoryTest, LooksUpEntriesByPathOrByUserName) {
@@ -92,6 +135,86 @@ TEST_F(LdapDirectoryTest, UnknownEntriesAndFilterTextInNamesAreNotFound) {
   EXPECT_FALSE(dir.GetDirObjInfo("a*", kind, path, name));
   EXPECT_FALSE(dir.Authenticate("alice)(uid=*", "alice-pw"));
   EXPECT_EQ(path, "unchanged");
+}
+
+// Each user of ou=people,dc=other,dc=org has a cn that says which it is.
+TEST_F(LdapDirectoryTest, NamesHoldingFilterSyntaxFindOnlyThemselves) {
+  directory_.Set(D::String2, std::string(LdapServer::kOtherSuffix));
+  CXoDsDir dir(directory_);
+  const std::string nul("a\0b", 3);
+  const std::string user1 = "uid=user1,ou=people,dc=other,dc=org";
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {"a", "plain a"},
+      {"ab", "plain ab"},
+      {"a*", "a star"},
+      {"*", "star"},
+      {"a(b)", "parentheses"},
+      {"a\\b", "backslash"},
+      {nul, "nul"},
+      {"uid=a\\2A,ou=people,dc=other,dc=org", "a star"},
+      {"uid=a\\00b,ou=people,dc=other,dc=org", "nul"},
+      // Read as filter text, each of these would find other users.
+      {"user*", "-"},
+      {"a\\2a", "-"},
+      {"a)(uid=*", "-"},
+      {"*)(|(uid=*", "-"},
+      {std::string("a\0", 2), "-"},
+      {std::string(1, '\0'), "-"},
+      // A name that holds a NUL is all of it, not the DN before the NUL.
+      {user1 + std::string(1, '\0') + "x", "-"},
+  };
+  for (const auto& [name, finds] : cases) {
+    EXPECT_EQ(Finds(dir, name), finds) << ::testing::PrintToString(name);
+  }
+  EXPECT_EQ(Finds(dir, user1), "User 1");
+}
+
+TEST_F(LdapDirectoryTest, EntriesOutsideTheSearchRootAreRefused) {
+  // The same root, written as a person might; cn=x\,ou=people sits beside
+  // ou=people, though its text ends in ou=people's.
+  for (const char* root : {LdapServer::kPeople, "OU=People,  DC=Example, dc=ORG"}) {
+    SCOPED_TRACE(root);
+    directory_.Set(D::String2, std::string(root));
+    CXoDsDir dir(directory_);
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {LdapServer::UserDn("alice"), "Alice Liddell"},
+        {"UID=alice, OU=PEOPLE,dc=example,dc=org", "Alice Liddell"},
+        {"bob", "Bob Cratchit"},
+        {LdapServer::kPeople, "people"},
+        {"cn=staff,ou=groups,dc=example,dc=org", "-"},
+        {LdapServer::kSuffix, "-"},
+        {"cn=x\\,ou=people,dc=example,dc=org", "-"},
+        {"uid=user1,ou=people,dc=other,dc=org", "-"},
+    };
+    for (const auto& [entry, finds] : cases) EXPECT_EQ(Finds(dir, entry), finds) << entry;
+    std::vector<std::string> members;
+    EXPECT_FALSE(dir.GetMembers("cn=staff,ou=groups,dc=example,dc=org", members));
+    EXPECT_NE(dir.LastError().find("not under the directory's search root"), std::string::npos)
+        << dir.LastError();
+  }
+
+  // From dc=other,dc=org, alice is outside: nothing of hers is read or
+  // changed, and a group that lists her gives only its members inside.
+  directory_.Set(D::String2, std::string(LdapServer::kOtherSuffix));
+  CXoDsDir other(directory_);
+  const std::string alice = LdapServer::UserDn("alice");
+  int32_t reason = -1;
+  std::vector<std::string> list;
+  EXPECT_FALSE(other.Authenticate(alice, "alice-pw"));
+  EXPECT_FALSE(other.SetPassword(alice, "changed"));
+  EXPECT_FALSE(other.SetDisabled(alice, 3));
+  EXPECT_FALSE(other.GetDisabled(alice, reason));
+  EXPECT_FALSE(other.GetGroups(alice, list));
+  ASSERT_TRUE(other.GetMembers("cn=mixed,ou=groups,dc=other,dc=org", list)) << other.LastError();
+  EXPECT_EQ(list, std::vector<std::string>{"uid=user2,ou=people,dc=other,dc=org"});
+  list.clear();
+  ASSERT_TRUE(other.GetMembers("cn=unique,ou=groups,dc=other,dc=org", list));
+  EXPECT_EQ(list, (std::vector<std::string>{"uid=user3,ou=people,dc=other,dc=org",
+                                            "uid=user4,ou=people,dc=other,dc=org"}));
+  CXoDsDir home(server_.Directory());
+  EXPECT_TRUE(home.Authenticate("alice", "alice-pw"));
+  ASSERT_TRUE(home.GetDisabled("alice", reason));
+  EXPECT_EQ(reason, 0);
 }
 
 TEST_F(LdapDirectoryTest, AuthenticatesWithTheRightPasswordOnly) {
@@ -193,6 +316,7 @@ TEST_F(LdapDirectoryTest, BadCredentialsAndSettingsFailEveryOperation) {
 }
 
 TEST_F(LdapDirectoryTest, AnonymousReadsWorkButPasswordsStayHidden) {
+  // Anonymous readers get four entries per plain search from this server.
   directory_.Set(D::String5, std::string(""));
   directory_.Set(D::String6, std::string(""));
   CXoDsDir dir(directory_);
@@ -202,6 +326,26 @@ TEST_F(LdapDirectoryTest, AnonymousReadsWorkButPasswordsStayHidden) {
   EXPECT_EQ(entries.size(), 7u);
   EXPECT_TRUE(dir.Authenticate("alice", "alice-pw"));
   EXPECT_FALSE(dir.SetPassword("alice", "x")) << "anonymous may not write";
+}
+
+// The server takes a bind with a DN and an empty password as anonymous.
+TEST_F(LdapDirectoryTest, AnEmptyBindPasswordIsNeverSent) {
+  directory_.Set(D::String6, std::string(""));
+  directory_.Set(D::Flag1, true);
+  std::vector<std::string> entries;
+  std::vector<std::string> details;
+  CXoDsDir required(directory_);
+  EXPECT_FALSE(required.Enumerate(entries, details));
+  EXPECT_NE(required.LastError().find("has no password"), std::string::npos)
+      << required.LastError();
+  EXPECT_TRUE(entries.empty());
+
+  // Without credentials required, the directory is read anonymously.
+  directory_.Set(D::Flag1, false);
+  CXoDsDir anonymous(directory_);
+  ASSERT_TRUE(anonymous.Enumerate(entries, details)) << anonymous.LastError();
+  EXPECT_EQ(entries.size(), 7u);
+  EXPECT_FALSE(anonymous.SetPassword("alice", "x"));
 }
 
 TEST(LdapUnreachableTest, ClosedPortFailsAtOnce) {

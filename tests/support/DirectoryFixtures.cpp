@@ -112,7 +112,7 @@ pid_t Spawn(const std::vector<std::string>& arguments, const std::string& log) {
 
 }  // namespace
 
-LdapServer::LdapServer(int extraUsers) {
+LdapServer::LdapServer(int extraUsers, LdapTls tls) {
   scratch_ = MakeScratchDirectory();
   std::vector<std::string> extra;
   if (extraUsers > 0) {
@@ -120,7 +120,7 @@ LdapServer::LdapServer(int extraUsers) {
     WriteExtraUsers(extra.back(), extraUsers);
   }
   try {
-    Start(extra);
+    Start(extra, tls);
   } catch (...) {
     RemoveDirectory(scratch_);
     throw;
@@ -132,16 +132,24 @@ LdapServer::~LdapServer() {
   RemoveDirectory(scratch_);
 }
 
-void LdapServer::Start(const std::vector<std::string>& extraLdif) {
-  // The port is free when picked but may be taken before slapd binds it:
-  // then slapd exits and another port is tried.
+void LdapServer::Start(const std::vector<std::string>& extraLdif, LdapTls tls) {
+  // The ports are free when picked but may be taken before slapd binds them:
+  // then slapd exits and other ports are tried.
   std::string log;
   for (int attempt = 0; attempt < 3; ++attempt) {
+    int ldapsPort = 0;
     const int fd = BoundSocket(port_);
+    const int tlsFd = tls == LdapTls::On ? BoundSocket(ldapsPort) : -1;
     close(fd);
-    const std::string work = scratch_ + "/server" + std::to_string(attempt);
-    std::vector<std::string> arguments = {"/bin/bash", LdapDataDirectory() + "/run-slapd.sh", work,
-                                          std::to_string(port_)};
+    if (tlsFd >= 0) close(tlsFd);
+    work_ = scratch_ + "/server" + std::to_string(attempt);
+    std::vector<std::string> arguments = {"/bin/bash", LdapDataDirectory() + "/run-slapd.sh"};
+    if (tls == LdapTls::On) {
+      arguments.push_back("--tls");
+      arguments.push_back(std::to_string(ldapsPort));
+    }
+    arguments.push_back(work_);
+    arguments.push_back(std::to_string(port_));
     arguments.insert(arguments.end(), extraLdif.begin(), extraLdif.end());
     const std::string logPath = scratch_ + "/slapd" + std::to_string(attempt) + ".log";
     pid_ = Spawn(arguments, logPath);
@@ -152,8 +160,9 @@ void LdapServer::Start(const std::vector<std::string>& extraLdif) {
         pid_ = -1;
         break;
       }
-      if (Accepts(port_)) {
+      if (Accepts(port_) && (tls == LdapTls::Off || Accepts(ldapsPort))) {
         uri_ = "ldap://127.0.0.1:" + std::to_string(port_) + "/";
+        if (tls == LdapTls::On) ldapsUri_ = "ldaps://127.0.0.1:" + std::to_string(ldapsPort) + "/";
         return;
       }
       std::this_thread::sleep_for(std::chrono::milliseconds(20));
@@ -166,6 +175,7 @@ void LdapServer::Start(const std::vector<std::string>& extraLdif) {
 
 void LdapServer::Stop() {
   if (pid_ <= 0) return;
+  kill(pid_, SIGCONT);
   kill(pid_, SIGTERM);
   const auto deadline = Clock::now() + std::chrono::seconds(10);
   int status = 0;
@@ -179,6 +189,22 @@ void LdapServer::Stop() {
   }
   pid_ = -1;
 }
+
+void LdapServer::Freeze() {
+  if (pid_ > 0) kill(pid_, SIGSTOP);
+}
+
+void LdapServer::Kill() {
+  if (pid_ <= 0) return;
+  kill(pid_, SIGKILL);
+  int status = 0;
+  waitpid(pid_, &status, 0);
+  pid_ = -1;
+}
+
+std::string LdapServer::CaFile() const { return work_ + "/tls/ca.pem"; }
+
+std::string LdapServer::OtherCaFile() const { return work_ + "/tls/other-ca.pem"; }
 
 std::string LdapServer::UserDn(const std::string& uid) { return "uid=" + uid + "," + kPeople; }
 

@@ -24,27 +24,49 @@ extern const std::array<DirectoryUser, 3> kDirectoryUsers;
 
 // slapd on 127.0.0.1 and a free port, run from tests/directory/ldap/run-slapd.sh
 // as a child of this process in a scratch directory, loaded with the test
-// directory: dc=example,dc=org holding ou=people (uid=alice, bob, carol) and
-// ou=groups (cn=staff, a groupOfNames of alice and bob; cn=operators, a
-// posixGroup of carol). The server stops, and its directory is removed, when
-// the object goes (and slapd also ends if this process dies).
+// directories (tests/directory/ldap/*.ldif): dc=example,dc=org holding
+// ou=people (uid=alice, bob, carol) and ou=groups (cn=staff, a groupOfNames
+// of alice and bob; cn=operators, a posixGroup of carol), and dc=other,dc=org
+// with more users and groups than the server's size limit of four entries
+// per search (paged searches are not limited). cn=admin,dc=example,dc=org is
+// the rootdn of dc=example,dc=org only, so that the limit applies to it in
+// dc=other,dc=org (and to anonymous readers everywhere). The server accepts
+// a bind with a DN and no password as anonymous. The server stops, and its
+// directory is removed, when the object goes (and slapd also ends if this
+// process dies).
+enum class LdapTls { Off, On };
+
 class LdapServer {
  public:
   static constexpr const char* kSuffix = "dc=example,dc=org";
   static constexpr const char* kPeople = "ou=people,dc=example,dc=org";
   static constexpr const char* kAdminDn = "cn=admin,dc=example,dc=org";
   static constexpr const char* kAdminPassword = "secret";
+  static constexpr const char* kOtherSuffix = "dc=other,dc=org";
 
   // `extraUsers` more users (uid=user000000 ... with password "pw") under
-  // ou=people, for benchmarks.
-  explicit LdapServer(int extraUsers = 0);
+  // ou=people, for benchmarks. With LdapTls::On the server also offers
+  // StartTLS and listens for ldaps://, with a certificate for 127.0.0.1 and
+  // localhost from a CA of its own.
+  explicit LdapServer(int extraUsers = 0, LdapTls tls = LdapTls::Off);
   ~LdapServer();
   LdapServer(const LdapServer&) = delete;
   LdapServer& operator=(const LdapServer&) = delete;
 
   const std::string& Uri() const { return uri_; }
+  const std::string& LdapsUri() const { return ldapsUri_; }  // "" without TLS
   int Port() const { return port_; }
   static std::string UserDn(const std::string& uid);
+  // With TLS: the CA certificate that signed the server's, and another CA
+  // certificate of the same name that signed nothing the server uses.
+  std::string CaFile() const;
+  std::string OtherCaFile() const;
+
+  // Stops slapd where it is: connections are still accepted (by the
+  // system), but nothing is read or answered.
+  void Freeze();
+  // Kills slapd at once.
+  void Kill();
 
   // A user directory for this server, not saved: bound as the administrator,
   // searching the whole suffix, users looked up by uid, the disabled reason
@@ -56,11 +78,13 @@ class LdapServer {
                                          const std::string& name = "test ldap");
 
  private:
-  void Start(const std::vector<std::string>& extraLdif);
+  void Start(const std::vector<std::string>& extraLdif, LdapTls tls);
   void Stop();
 
   std::string scratch_;
+  std::string work_;
   std::string uri_;
+  std::string ldapsUri_;
   int port_ = 0;
   int pid_ = -1;
 };

@@ -1,5 +1,6 @@
-// The command groups of xopolicy. Each group lives in a file of its own and
-// adds its subcommands to the application; main() only lists the groups.
+// The command groups of xopolicy. Each group lives in a file of its own
+// under commands/ and adds its subcommands to the application; main() only
+// lists the groups.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -28,6 +29,9 @@ class CommandError : public std::runtime_error {
 
 // `xopolicy init`: creates a new store with its first administrator.
 void RegisterInitCommand(CLI::App& app);
+
+// `xopolicy export` and `xopolicy apply`: policy as code.
+void RegisterPolicyAsCodeCommands(CLI::App& app);
 
 // One noun each, with its verbs: `xopolicy domain add ...`.
 void RegisterDomainCommands(CLI::App& app);

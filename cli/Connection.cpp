@@ -8,6 +8,7 @@
 
 #include "XoObjStore.h"
 #include "cli/CommandGroups.h"
+#include "cli/GlobalOptions.h"
 #include "cli/PasswordInput.h"
 #include "frame/Handles.h"
 #include "store/StoreBackend.h"
@@ -91,6 +92,7 @@ void AddConnectionOptions(CLI::App& command, ConnectionOptions& options) {
   command.add_flag("--password-stdin", options.passwordFromStdin,
                    "Read the password from the first line of standard input (else XO_PASSWORD, "
                    "else a prompt)");
+  FollowGlobalOptions(options);
 }
 
 Connection::Connection(const ConnectionOptions& options) {

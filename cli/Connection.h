@@ -18,7 +18,8 @@ struct ConnectionOptions {
   bool passwordFromStdin = false;
 };
 
-// Adds --store, --admin and --password-stdin to a command.
+// Adds --store, --admin and --password-stdin to a command. What the command
+// line leaves unset comes from the same options before the command.
 void AddConnectionOptions(CLI::App& command, ConnectionOptions& options);
 
 class Connection {

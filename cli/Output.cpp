@@ -4,6 +4,7 @@
 #include <iostream>
 
 #include "cli/CommandGroups.h"
+#include "cli/GlobalOptions.h"
 
 namespace xo::cli {
 namespace {
@@ -55,6 +56,7 @@ std::string CellOf(const Json& record, const Column& column) {
 
 void AddOutputOptions(CLI::App& command, OutputOptions& options) {
   command.add_flag("--json", options.json, "Print JSON for scripts instead of a table");
+  FollowGlobalOptions(options);
 }
 
 void PrintRecords(const OutputOptions& options, const std::vector<Json>& records) {

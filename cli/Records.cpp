@@ -1,6 +1,6 @@
 #include "cli/Records.h"
 
-#include <algorithm>
+#include <set>
 
 namespace xo::cli {
 
@@ -14,10 +14,9 @@ std::vector<std::string> TakeNames(char** names) {
 
 std::vector<std::string> Distinct(const std::vector<std::string>& names) {
   std::vector<std::string> distinct;
+  std::set<std::string> seen;
   for (const std::string& name : names) {
-    if (std::find(distinct.begin(), distinct.end(), name) == distinct.end()) {
-      distinct.push_back(name);
-    }
+    if (seen.insert(name).second) distinct.push_back(name);
   }
   return distinct;
 }

@@ -1,7 +1,7 @@
 #include <iostream>
 
 #include "cli/CommandGroups.h"
-#include "cli/PolicyAsCode.h"
+#include "cli/GlobalOptions.h"
 
 namespace {
 
@@ -40,16 +40,21 @@ int main(int argc, char** argv) {
   CLI::App app{"Manage a policy store.", "xopolicy"};
   app.set_version_flag("--version", XO_VERSION);
   app.footer(
-      "The store is chosen by --store where a command takes it, else by the environment\n"
-      "variable XO_POLICY_STORE (sqlite:PATH or a bare PATH), else it is\n"
+      "--store, --admin, --password-stdin and --json may come before the command\n"
+      "(xopolicy --store URI export) or after it (xopolicy export --store URI); given\n"
+      "in both places, the one after the command wins.\n"
+      "The store is chosen by --store, else by the environment variable\n"
+      "XO_POLICY_STORE (sqlite:PATH or a bare PATH), else it is\n"
       "$XDG_DATA_HOME/xo-policy/policy.db (~/.local/share/xo-policy/policy.db).\n"
       "Exit status: 0 success, 1 failed or refused, 2 wrong command line, 3 an object\n"
       "named does not exist, 4 the store cannot be used or the login failed.");
+  xo::cli::AddGlobalOptions(app);
   for (Registrar registerGroup : kCommandGroups) registerGroup(app);
 
   // Checked before the commands run, rather than by CLI11, which would report
   // a mistyped command as a missing one.
   app.parse_complete_callback([&app] {
+    xo::cli::ApplyGlobalOptions();
     const CLI::App* innermost = InnermostCommand(app);
     if (innermost->get_subcommands({}).empty()) return;
     std::string what = innermost == &app ? "a command" : "a verb for " + innermost->get_name();

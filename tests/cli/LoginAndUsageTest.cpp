@@ -82,6 +82,77 @@ TEST_F(LoginTest, NoPasswordAndNoTerminalIsAUsageError) {
   EXPECT_TRUE(Contains(run.err, "XO_PASSWORD"));
 }
 
+// --store, --admin, --password-stdin and --json before the command as well
+// as after it; given in both places, the one after the command wins.
+struct GlobalLine {
+  const char* label;
+  std::vector<std::string> args;  // @STORE: the test's store; @MISSING, @NEW: no store there
+  int exitCode;
+  const char* said;  // part of standard output, or of standard error when it fails
+  const char* input = "";
+};
+
+void PrintTo(const GlobalLine& line, std::ostream* out) { *out << line.label; }
+
+class GlobalOptionsTest : public CliStoreTest, public ::testing::WithParamInterface<GlobalLine> {};
+
+TEST_P(GlobalOptionsTest, HoldBeforeOrAfterTheCommand) {
+  Ok({"domain", "add", "D"});
+  std::vector<std::string> args = GetParam().args;
+  for (std::string& arg : args) {
+    if (arg == "@STORE") arg = store_;
+    if (arg == "@MISSING" || arg == "@NEW") arg = dir_ / (arg == "@NEW" ? "new.db" : "missing.db");
+  }
+
+  CliResult run = RunCli(
+      args,
+      {{"XO_PASSWORD", kPassword}, {"XO_POLICY_STORE", std::nullopt}, {"XO_ADMIN", std::nullopt}},
+      GetParam().input);
+
+  EXPECT_EQ(run.exitCode, GetParam().exitCode) << run.out << run.err;
+  EXPECT_TRUE(Contains(GetParam().exitCode == 0 ? run.out : run.err, GetParam().said));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cli, GlobalOptionsTest,
+    ::testing::Values(
+        GlobalLine{"Before", {"--store", "@STORE", "--admin", "root", "domain", "list"}, 0, "D"},
+        GlobalLine{"After", {"domain", "list", "--store", "@STORE", "--admin", "root"}, 0, "D"},
+        GlobalLine{
+            "StoreAfterWins",
+            {"--store", "@MISSING", "--admin", "root", "domain", "list", "--store", "@STORE"},
+            0,
+            "D"},
+        GlobalLine{
+            "StoreAfterWinsAlsoWhenMissing",
+            {"--store", "@STORE", "--admin", "root", "domain", "list", "--store", "@MISSING"},
+            kExitNoLogin,
+            "missing.db"},
+        GlobalLine{
+            "AdminAfterWins",
+            {"--store", "@STORE", "--admin", "nobody", "domain", "get", "D", "--admin", "root"},
+            0,
+            "D"},
+        GlobalLine{"Json",
+                   {"--json", "--store", "@STORE", "--admin", "root", "domain", "list"},
+                   0,
+                   "\"name\": \"D\""},
+        GlobalLine{"PasswordFromStdin",
+                   {"--password-stdin", "--store", "@STORE", "--admin", "root", "domain", "list"},
+                   kExitNoLogin,
+                   "wrong administrator name or password",
+                   "not-the-password\n"},
+        GlobalLine{
+            "Export", {"--store", "@STORE", "--admin", "root", "export"}, 0, "\"name\": \"D\""},
+        GlobalLine{"Init",
+                   {"--store", "@NEW", "--admin", "first", "init", "--password", "pw",
+                    "--hash-cost", "minimum"},
+                   0,
+                   "system administrator \"first\""},
+        GlobalLine{"EmptyStore", {"--store", "", "domain", "list"}, kExitUsage, "--store"},
+        GlobalLine{"Help", {"--help"}, 0, "the one after the command wins"}),
+    [](const ::testing::TestParamInfo<GlobalLine>& info) { return info.param.label; });
+
 // Command lines refused before anything is done.
 struct BadLine {
   const char* label;

@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "cli/CommandGroups.h"
+#include "cli/GlobalOptions.h"
 #include "cli/PasswordInput.h"
 #include "store/StoreBackend.h"
 #include "store/XoStoreCodes.h"
@@ -9,12 +10,13 @@
 namespace xo::cli {
 namespace {
 
+// The store, the first administrator's name and --password-stdin may also
+// come before the command, as for every other command.
 struct InitOptions {
-  std::string adminName;
+  ConnectionOptions connection;
   std::string password;
-  bool passwordFromStdin = false;
-  std::string storeUri;
   std::string hashCost = "interactive";
+  CLI::Option* adminOption = nullptr;
   CLI::Option* passwordOption = nullptr;
   CLI::Option* storeOption = nullptr;
 };
@@ -24,7 +26,11 @@ bool IsHashCost(const std::string& cost) {
 }
 
 std::string ChoosePassword(const InitOptions& options) {
-  if (options.passwordFromStdin) {
+  if (options.connection.passwordFromStdin) {
+    if (options.passwordOption->count() > 0) {
+      throw CommandError("give the password with --password or with --password-stdin, not both",
+                         kExitUsage);
+    }
     std::string password = ReadPasswordLine(std::cin);
     if (password.empty()) {
       throw CommandError("no password on standard input (--password-stdin reads its first line)",
@@ -51,10 +57,14 @@ std::string DescribeFailure(const store::StoreLocation& where, int32_t result,
 }
 
 void RunInit(const InitOptions& options) {
-  if (options.adminName.empty()) {
+  const std::string& adminName = options.connection.admin;
+  if (adminName.empty() && options.adminOption->count() > 0) {
     throw CommandError("the administrator name must not be empty", kExitUsage);
   }
-  if (options.storeOption->count() > 0 && options.storeUri.empty()) {
+  if (adminName.empty()) {
+    throw CommandError("give the name of the first administrator with --admin", kExitUsage);
+  }
+  if (options.storeOption->count() > 0 && options.connection.storeUri.empty()) {
     throw CommandError("--store needs a location (sqlite:PATH or PATH)", kExitUsage);
   }
   if (!IsHashCost(options.hashCost)) {
@@ -64,14 +74,14 @@ void RunInit(const InitOptions& options) {
   }
   std::string password = ChoosePassword(options);
 
-  store::StoreLocation where = store::ResolveLocation(options.storeUri);
+  store::StoreLocation where = store::ResolveLocation(options.connection.storeUri);
   std::string message;
   int32_t result = store::CreateStore(
-      where, store::NewStoreOptions{options.adminName, password, options.hashCost}, message);
+      where, store::NewStoreOptions{adminName, password, options.hashCost}, message);
   if (store::Failed(result)) throw CommandError(DescribeFailure(where, result, message));
 
   std::cout << "Created a new policy store at " << where.path << " (" << where.backend
-            << "), with system administrator \"" << options.adminName << "\".\n";
+            << "), with system administrator \"" << adminName << "\".\n";
 }
 
 }  // namespace
@@ -81,25 +91,26 @@ void RegisterInitCommand(CLI::App& app) {
   CLI::App* init = app.add_subcommand(
       "init", "Create a new policy store with its first administrator, who holds the system right");
 
-  init->add_option("--admin", options->adminName, "Name of the first administrator")
-      ->required()
-      ->type_name("NAME");
+  options->adminOption =
+      init->add_option("--admin", options->connection.admin, "Name of the first administrator")
+          ->type_name("NAME");
   options->passwordOption =
       init->add_option("--password", options->password,
                        "The administrator's password (visible to other users of this machine; "
                        "prefer --password-stdin)")
           ->type_name("PASSWORD");
-  init->add_flag("--password-stdin", options->passwordFromStdin,
+  init->add_flag("--password-stdin", options->connection.passwordFromStdin,
                  "Read the password from the first line of standard input")
       ->excludes(options->passwordOption);
   options->storeOption =
-      init->add_option("--store", options->storeUri,
+      init->add_option("--store", options->connection.storeUri,
                        "Where to create the store: sqlite:PATH or PATH (default: XO_POLICY_STORE, "
                        "else the per-user data directory)")
           ->type_name("URI");
   // Cheaper password hashing, for stores made by tests and benchmarks. Hidden
   // options have no name in CLI11's own messages, so RunInit checks the value.
   init->add_option("--hash-cost", options->hashCost, "Password hashing cost")->group("");
+  FollowGlobalOptions(options->connection);
 
   init->callback([options] { RunInit(*options); });
 }

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/PolicyModel.h"
+#include "cli/policy/Document.h"
 
 namespace xo::cli::policy {
 
@@ -21,7 +21,7 @@ struct FieldChange {
 
 struct Change {
   ChangeKind what;
-  const KindSpec* kind;
+  const Kind* kind;
   std::string domain;               // the owning domain of domain objects
   Json before;                      // the stored object (updates and deletions)
   Json after;                       // the object as it is to be, every field given
@@ -34,9 +34,12 @@ struct Change {
 
 struct PlanOptions {
   bool prune = false;
-  // "collection/name" of objects never deleted: the administrator applying
-  // the file, and the objects every store is made with.
+  // "collection/name" of objects never deleted: the objects every store is
+  // made with.
   std::set<std::string> keep;
+  // The administrator applying the file: never deleted, and never left
+  // without the system right that the apply itself needs.
+  std::string runningAdmin;
 };
 
 struct Plan {

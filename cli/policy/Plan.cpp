@@ -1,16 +1,17 @@
-#include "cli/PolicyPlan.h"
+#include "cli/policy/Plan.h"
 
 #include <algorithm>
 #include <functional>
 #include <map>
 
+#include "XoPolicyApi.h"
 #include "cli/CommandGroups.h"
 #include "store/XoAdmSession.h"
 
 namespace xo::cli::policy {
 namespace {
 
-const FieldSpec& FieldOf(const KindSpec& kind, const std::string& key) {
+const FieldSpec& FieldOf(const Kind& kind, const std::string& key) {
   for (const FieldSpec& field : kind.fields) {
     if (key == field.key) return field;
   }
@@ -19,6 +20,10 @@ const FieldSpec& FieldOf(const KindSpec& kind, const std::string& key) {
 
 bool IsSet(const FieldSpec& field) {
   return field.type == FieldType::NameSet || field.type == FieldType::ObjectSet;
+}
+
+bool IsKind(const Kind& kind, const char* collection) {
+  return kind.collection == std::string(collection);
 }
 
 // A file may give a password as text or as a stored hash; text is checked
@@ -30,14 +35,13 @@ bool SamePassword(const Json& stored, const Json& given) {
   return store::VerifyPassword(hash, text);
 }
 
-std::vector<FieldChange> Differences(const KindSpec& kind, const Json& before, const Json& given) {
+std::vector<FieldChange> Differences(const Kind& kind, const Json& before, const Json& given) {
   std::vector<FieldChange> changes;
   for (const auto& item : given.items()) {
     const Json& old = before.contains(item.key()) ? before[item.key()] : Json("");
-    bool same =
-        item.key() == std::string("password") && kind.collection == std::string("administrators")
-            ? SamePassword(old, item.value())
-            : old == item.value();
+    bool same = item.key() == std::string("password") && IsKind(kind, "administrators")
+                    ? SamePassword(old, item.value())
+                    : old == item.value();
     if (!same) changes.push_back({item.key(), old, item.value()});
   }
   return changes;
@@ -58,16 +62,15 @@ class Planner {
   explicit Planner(const PlanOptions& options) : options_(options) {}
 
   // Adds the creations and updates of one collection; keeps its deletions.
-  void Collection(const KindSpec& kind, const std::string& domain, const Json& stored,
+  void Collection(const Kind& kind, const std::string& domain, const Json& stored,
                   const Json& given, std::vector<Change>& deletions) {
-    std::map<std::string, const Json*> byKey;
-    for (const Json& object : stored) byKey[KeyOf(kind, object)] = &object;
+    std::map<std::vector<std::string>, const Json*> byKey;
+    for (const Json& object : stored) byKey[KeyParts(kind, object)] = &object;
     std::vector<Change> changes;
     for (const Json& object : given) {
-      std::string key = KeyOf(kind, object);
-      auto found = byKey.find(key);
+      auto found = byKey.find(KeyParts(kind, object));
       if (found == byKey.end()) {
-        RequirePassword(kind, object, domain);
+        RequirePassword(kind, object);
         changes.push_back(
             {ChangeKind::Create, &kind, domain, nullptr, WithDefaults(kind, object), {}});
         continue;
@@ -77,19 +80,20 @@ class Planner {
       if (!fields.empty()) {
         changes.push_back({ChangeKind::Update, &kind, domain, before, Overlaid(before, object),
                            std::move(fields)});
+        KeepRunningAdminsRight(changes.back());
       }
       byKey.erase(found);
     }
-    if (kind.collection == std::string("realms")) changes = ParentsFirst(std::move(changes));
+    if (IsKind(kind, "realms")) changes = ParentsFirst(std::move(changes));
     for (Change& change : changes) plan_.changes.push_back(std::move(change));
     if (!options_.prune) return;
 
     std::vector<Change> removed;
     for (const auto& [key, object] : byKey) {
-      if (options_.keep.count(std::string(kind.collection) + "/" + key)) continue;
+      if (Kept(kind, *object)) continue;
       removed.push_back({ChangeKind::Delete, &kind, domain, *object, nullptr, {}});
     }
-    if (kind.collection == std::string("realms")) {
+    if (IsKind(kind, "realms")) {
       removed = ParentsFirst(std::move(removed));
       std::reverse(removed.begin(), removed.end());
     }
@@ -100,13 +104,34 @@ class Planner {
   std::vector<Change>& Changes() { return plan_.changes; }
 
  private:
-  void RequirePassword(const KindSpec& kind, const Json& object, const std::string&) const {
-    if (kind.collection != std::string("administrators")) return;
+  bool Kept(const Kind& kind, const Json& object) const {
+    if (IsKind(kind, "administrators") && object["name"] == options_.runningAdmin) return true;
+    return options_.keep.count(std::string(kind.collection) + "/" + KeyOf(kind, object)) > 0;
+  }
+
+  static void RequirePassword(const Kind& kind, const Json& object) {
+    if (!IsKind(kind, "administrators")) return;
     bool directoryBound = object.contains("userDirectory") && object["userDirectory"] != "";
     if (!directoryBound && (!object.contains("password") || object["password"] == "")) {
       throw CommandError("administrator \"" + KeyOf(kind, object) +
-                         "\" is not in the store yet: give it a \"password\" (or a "
-                         "\"userDirectory\" and \"scheme\" to log in through)");
+                         "\" is not in the store yet: give it a \"password\" (a text, or the hash "
+                         "that `export --include-password-hashes` writes), a \"userDirectory\" "
+                         "and \"scheme\" to log in through, or leave it out of the file");
+    }
+  }
+
+  // Every later change is made with the rights of the administrator applying
+  // the file, so the file may not take the system right away from them.
+  void KeepRunningAdminsRight(const Change& change) const {
+    if (!IsKind(*change.kind, "administrators") || change.after["name"] != options_.runningAdmin) {
+      return;
+    }
+    const bool had = (change.before["flags"].get<int32_t>() & XO_ADMIN_SYSTEM) != 0;
+    const bool keeps = (change.after["flags"].get<int32_t>() & XO_ADMIN_SYSTEM) != 0;
+    if (had && !keeps) {
+      throw CommandError("the file takes the system right from administrator \"" +
+                         options_.runningAdmin +
+                         "\", who is applying it: apply it as another system administrator");
     }
   }
 
@@ -182,7 +207,7 @@ Plan MakePlan(const Json& current, const Json& desired, const PlanOptions& optio
   if (desired.contains("system")) {
     const Json& stored = ListOr(current, "system", Json::object());
     for (size_t i = 0; i < SystemKinds().size(); ++i) {
-      const KindSpec& kind = *SystemKinds()[i];
+      const Kind& kind = *SystemKinds()[i];
       if (!desired["system"].contains(kind.collection)) continue;
       planner.Collection(kind, "", ListOr(stored, kind.collection, kNone),
                          desired["system"][kind.collection], systemDeletions[i]);
@@ -216,7 +241,7 @@ Plan MakePlan(const Json& current, const Json& desired, const PlanOptions& optio
       }
       std::vector<std::vector<Change>> perKind(DomainKinds().size());
       for (size_t i = 0; i < DomainKinds().size(); ++i) {
-        const KindSpec& kind = *DomainKinds()[i];
+        const Kind& kind = *DomainKinds()[i];
         if (!domain.contains(kind.collection)) continue;
         planner.Collection(kind, name, ListOr(*stored, kind.collection, kNone),
                            domain[kind.collection], perKind[i]);

@@ -1,8 +1,7 @@
 // `xopolicy policy`: the policies of a domain and the directory users and
 // groups attached to them. Their bindings to rules are `xopolicy link`.
-#include <map>
-
 #include "cli/Nouns.h"
+#include "cli/Resolutions.h"
 #include "cli/UserEntries.h"
 
 namespace xo::cli {
@@ -28,15 +27,6 @@ Noun<PolicyRecord> PolicyNoun() {
   noun.names = DomainObjectNames(XO_DOMAIN_POLICIES, "policies");
   return noun;
 }
-
-const std::map<std::string, Xo_PolicyResolution_t> kResolutions = {
-    {"default", Xo_PolicyResolution_Default},
-    {"user", Xo_PolicyResolution_User},
-    {"group", Xo_PolicyResolution_Group},
-    {"nested-group", Xo_PolicyResolution_NestedGroup},
-    {"organization", Xo_PolicyResolution_Organization},
-    {"filter", Xo_PolicyResolution_Filter},
-};
 
 struct PolicyUserVerb : VerbOptions {
   std::string policy;
@@ -80,16 +70,17 @@ void RegisterPolicyUsers(CLI::App& noun) {
                                          "Attach a user or group of a directory to a policy", true);
     CLI::App* verb = noun.get_subcommand("add-user");
     verb->add_option("--resolution", options->resolution, "How the entry is matched with users")
-        ->check(
-            CLI::IsMember({"default", "user", "group", "nested-group", "organization", "filter"}))
+        ->check(CLI::IsMember(ResolutionNames()))
         ->type_name("KIND");
     verb->callback([options] {
+      int32_t resolution = 0;
+      ResolutionNamed(options->resolution, resolution);
       Connection c(options->connection);
       CheckCall(c, options->scope,
                 Xo_PolicyApi_AddUsersToPolicy(
                     c.Handle(), options->scope.domain.c_str(), options->policy.c_str(),
                     options->scope.userDir.c_str(), options->entry.c_str(),
-                    kResolutions.at(options->resolution)),
+                    static_cast<Xo_PolicyResolution_t>(resolution)),
                 "cannot attach " + PolicyUserWhat(*options));
       PrintDone(options->output, "Attached " + PolicyUserWhat(*options) + ".");
     });

@@ -1,4 +1,4 @@
-// Moving texts and lists between the library's records and the tool.
+// Moving values between the library's records and the document's objects.
 #pragma once
 
 #include <cstring>
@@ -7,6 +7,7 @@
 
 #include "XoPolicyApi.h"
 #include "cli/CommandGroups.h"
+#include "cli/policy/Document.h"
 
 namespace xo::cli::policy {
 
@@ -44,13 +45,32 @@ class RecordList {
   Record* head_ = nullptr;
 };
 
-// Takes over a string array handed out by the library and gives it back.
-inline std::vector<std::string> TakeNames(char** names) {
-  std::vector<std::string> list;
-  if (!names) return list;
-  for (char** name = names; *name; ++name) list.emplace_back(*name);
-  Xo_PolicyApi_FreeStringArray(names);
+// Record fields as document values.
+template <size_t N>
+Json TextList(const char (&fields)[N][XO_TEXT_FIELD]) {
+  Json texts = Json::array();
+  for (const auto& field : fields) texts.push_back(FieldText(field));
+  return texts;
+}
+
+inline Json FlagList(std::initializer_list<uint8_t> flags) {
+  Json list = Json::array();
+  for (uint8_t flag : flags) list.push_back(flag != 0);
   return list;
+}
+
+// Document values for record fields; the document is checked, so each key is there.
+inline std::string TextOf(const Json& object, const char* key) {
+  return object[key].get<std::string>();
+}
+inline std::string TextAt(const Json& object, const char* key, size_t i) {
+  return object[key][i].get<std::string>();
+}
+inline int32_t IntAt(const Json& object, const char* key, size_t i) {
+  return object[key][i].get<int32_t>();
+}
+inline uint8_t FlagAt(const Json& object, const char* key, size_t i) {
+  return object[key][i].get<bool>() ? 1 : 0;
 }
 
 }  // namespace xo::cli::policy

@@ -53,13 +53,7 @@ Noun<R> OdbcQueryNoun() {
                  Xo_PolicyApi_DeleteODBCQueryScheme);
   // The library lists no query schemes; their names come from the store, and
   // reading each by name through the library checks the rights as usual.
-  noun.names = [](Connection& c, const Scope&) {
-    std::vector<std::string> names;
-    for (const CXoObjODBCQuery& scheme : StoreObjects<CXoObjODBCQuery>(c, "ODBC query schemes")) {
-      names.push_back(scheme.GetName());
-    }
-    return names;
-  };
+  noun.names = [](Connection& c, const Scope&) { return OdbcQuerySchemeNames(c); };
   return noun;
 }
 

@@ -1,5 +1,5 @@
-#include "cli/PolicyAsCode.h"
-
+// `xopolicy export` and `xopolicy apply`: the store as a JSON document, and a
+// document made true in the store in one transaction (cli/policy/).
 #include <unistd.h>
 
 #include <fstream>
@@ -9,9 +9,9 @@
 
 #include "cli/CommandGroups.h"
 #include "cli/Connection.h"
-#include "cli/PolicyApply.h"
-#include "cli/PolicyPlan.h"
-#include "cli/PolicyRead.h"
+#include "cli/policy/Plan.h"
+#include "cli/policy/Reading.h"
+#include "cli/policy/Writing.h"
 
 namespace xo::cli {
 namespace {
@@ -85,7 +85,7 @@ void RunExport(const ExportOptions& options) {
   scope.system = options.domains.empty();
   if (!options.domains.empty()) scope.domains = options.domains;
   scope.passwordHashes = options.passwordHashes;
-  Json document = policy::ReadStore(connection.Handle(), scope);
+  Json document = policy::ReadStore(connection, scope);
   if (scope.domains && document["domains"].size() != options.domains.size()) {
     for (const std::string& name : options.domains) {
       bool found = false;
@@ -109,11 +109,6 @@ policy::ReadScope ScopeOf(const Json& desired, bool prune, std::vector<std::stri
   scope.system = desired.contains("system");
   scope.passwordHashes = true;
   scope.builtIn = &builtIn;
-  if (scope.system && desired["system"].contains("odbcQuerySchemes")) {
-    for (const Json& query : desired["system"]["odbcQuerySchemes"]) {
-      scope.odbcQuerySchemes.push_back(query["name"]);
-    }
-  }
   // Pruning a file that describes the whole store may delete any domain.
   if (!(prune && scope.system)) {
     std::vector<std::string> names;
@@ -139,11 +134,11 @@ void RunApply(const ApplyOptions& options) {
   connection.Begin();
   try {
     std::vector<std::string> builtIn;
-    Json current = policy::ReadStore(connection.Handle(), ScopeOf(desired, options.prune, builtIn));
+    Json current = policy::ReadStore(connection, ScopeOf(desired, options.prune, builtIn));
     policy::PlanOptions planOptions;
     planOptions.prune = options.prune;
     planOptions.keep.insert(builtIn.begin(), builtIn.end());
-    planOptions.keep.insert("administrators/" + connection.AdminName());
+    planOptions.runningAdmin = connection.AdminName();
     policy::Plan plan = policy::MakePlan(current, desired, planOptions);
     policy::PrintPlan(std::cout, plan);
     std::cout << std::flush;
@@ -153,7 +148,7 @@ void RunApply(const ApplyOptions& options) {
     }
     {
       ProgressBar bar(plan.changes.size());
-      policy::ApplyPlan(connection.Handle(), plan, std::ref(bar));
+      policy::ApplyPlan(connection, plan, std::ref(bar));
     }
     if (options.dryRun) {
       connection.Rollback();

@@ -41,29 +41,49 @@ struct FieldSpec {
   FieldType type;
   int length = 0;                                   // for Texts, Integers, Flags
   const std::vector<FieldSpec>* members = nullptr;  // for ObjectSet
+  // In list members that name either a rule (by "realm" and "rule") or a
+  // group ("group"): the keys of the alternative not taken are left out.
+  bool alternative = false;
+  // For a text of a few known values: what is wrong with a value, or nothing.
+  std::string (*check)(const std::string& value) = nullptr;
+  const char* defaultText = "";  // for a Text that a file leaves out
 };
 
-// One kind of object: where it lives in the document and its fields. The
-// first `keyFields` fields name the object within its collection.
-struct KindSpec {
+class Reader;
+class Writer;
+struct Change;
+
+// One kind of object: where it lives in the document, its fields, and how it
+// is read from the store and written to it. The first `keyFields` fields name
+// the object within its collection.
+struct Kind {
   const char* collection;  // key of its array in "system" or in a domain
   const char* label;       // how the plan names the kind
   int keyFields;
   std::vector<FieldSpec> fields;
+  // Every object of the kind that the store holds: system-wide, or in the
+  // reader's domain for the kinds that live in one (the domain itself for
+  // the domain kind).
+  Json (*read)(Reader& reader);
+  // Creates or updates the object of a change.
+  void (*write)(Writer& writer, const Change& change);
+  void (*remove)(Writer& writer, const Change& change);
 };
 
 // The kinds in the order their objects are created: what an object refers
 // to is created before it, so deletions run in the reverse order.
-const std::vector<const KindSpec*>& SystemKinds();
-const std::vector<const KindSpec*>& DomainKinds();
-const KindSpec& DomainKind();
+const std::vector<const Kind*>& SystemKinds();
+const std::vector<const Kind*>& DomainKinds();
+const Kind& DomainKind();
 
 // The default value of a field, for objects that a file creates.
 Json DefaultValue(const FieldSpec& field);
 // The object with every field of its kind: the given ones, defaults for the rest.
-Json WithDefaults(const KindSpec& kind, const Json& object);
+Json WithDefaults(const Kind& kind, const Json& object);
 // The name of an object within its collection ("portal/read-pages" for a rule).
-std::string KeyOf(const KindSpec& kind, const Json& object);
+std::string KeyOf(const Kind& kind, const Json& object);
+// The same as its parts, which tell objects apart also where names hold a "/".
+std::vector<std::string> KeyParts(const Kind& kind, const Json& object);
 
 // Reads a document from text: checks its shape, refuses unknown keys and
 // values of the wrong type, and sorts what is unordered. Throws CommandError

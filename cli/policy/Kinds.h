@@ -1,0 +1,24 @@
+// The kinds of objects of the document, each in a file of its own: its
+// fields, how its objects are read from the store, and how they are created,
+// updated and deleted.
+#pragma once
+
+#include "cli/policy/Document.h"
+
+namespace xo::cli::policy {
+
+const Kind& OdbcQuerySchemeKind();
+const Kind& UserDirectoryKind();
+const Kind& SchemeKind();
+const Kind& AgentKind();
+const Kind& AgentGroupKind();
+const Kind& AdministratorKind();
+
+const Kind& RealmKind();
+const Kind& RuleKind();
+const Kind& RuleGroupKind();
+const Kind& ResponseKind();
+const Kind& ResponseGroupKind();
+const Kind& PolicyKind();
+
+}  // namespace xo::cli::policy

@@ -162,6 +162,11 @@ std::vector<Column> FieldColumns(const std::vector<Field<Record>>& fields,
       if (field.title == title) add(field);
     }
   }
+  if (!titles.empty()) {
+    for (const Field<Record>& field : fields) {
+      if (field.secret) columns.push_back({field.key, field.title, true, false});
+    }
+  }
   return columns;
 }
 

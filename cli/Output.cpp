@@ -45,17 +45,39 @@ void PrintTable(const std::vector<std::string>& titles,
   for (const auto& row : rows) printRow(row);
 }
 
-std::string CellOf(const Json& record, const Column& column) {
+// "(set)" for a secret that has a value, "" for one that has none.
+Json Masked(const Json& value) {
+  return value.is_string() && value.get<std::string>().empty() ? Json("") : Json("(set)");
+}
+
+std::string CellOf(const OutputOptions& options, const Json& record, const Column& column) {
   if (!record.contains(column.key)) return "";
   const Json& value = record[column.key];
-  if (column.secret) return value.is_string() && value.get<std::string>().empty() ? "" : "(set)";
+  if (column.secret && !options.showSecrets) return Masked(value).get<std::string>();
   return Cell(value);
+}
+
+// The records as JSON prints them: secrets masked as in a table.
+Json Shown(const OutputOptions& options, const std::vector<Json>& records,
+           const std::vector<Column>& columns) {
+  Json shown = records;
+  if (options.showSecrets) return shown;
+  for (Json& record : shown) {
+    for (const Column& column : columns) {
+      if (column.secret && record.contains(column.key)) {
+        record[column.key] = Masked(record[column.key]);
+      }
+    }
+  }
+  return shown;
 }
 
 }  // namespace
 
 void AddOutputOptions(CLI::App& command, OutputOptions& options) {
   command.add_flag("--json", options.json, "Print JSON for scripts instead of a table");
+  command.add_flag("--show-secrets", options.showSecrets,
+                   "Print secrets (a directory's bind password) instead of \"(set)\"");
   FollowGlobalOptions(options);
 }
 
@@ -70,7 +92,7 @@ void PrintRecords(const OutputOptions& options, const std::vector<Json>& records
 void PrintListing(const OutputOptions& options, const std::vector<Json>& records,
                   const std::vector<Column>& columns) {
   if (options.json) {
-    std::cout << Json(records).dump(2) << '\n';
+    std::cout << Shown(options, records, columns).dump(2) << '\n';
     return;
   }
   if (records.empty()) {
@@ -78,11 +100,15 @@ void PrintListing(const OutputOptions& options, const std::vector<Json>& records
     return;
   }
   std::vector<std::string> titles;
-  for (const Column& column : columns) titles.push_back(column.title);
+  for (const Column& column : columns) {
+    if (column.shown) titles.push_back(column.title);
+  }
   std::vector<std::vector<std::string>> rows;
   for (const Json& record : records) {
     std::vector<std::string> row;
-    for (const Column& column : columns) row.push_back(CellOf(record, column));
+    for (const Column& column : columns) {
+      if (column.shown) row.push_back(CellOf(options, record, column));
+    }
     rows.push_back(std::move(row));
   }
   PrintTable(titles, rows);
@@ -91,7 +117,7 @@ void PrintListing(const OutputOptions& options, const std::vector<Json>& records
 void PrintDetails(const OutputOptions& options, const std::vector<Json>& records,
                   const std::vector<Column>& columns) {
   if (options.json) {
-    std::cout << Json(records).dump(2) << '\n';
+    std::cout << Shown(options, records, columns).dump(2) << '\n';
     return;
   }
   size_t width = 0;
@@ -101,7 +127,7 @@ void PrintDetails(const OutputOptions& options, const std::vector<Json>& records
     if (!first) std::cout << '\n';
     first = false;
     for (const Column& column : columns) {
-      std::string value = CellOf(record, column);
+      std::string value = CellOf(options, record, column);
       std::cout << column.title;
       if (!value.empty()) std::cout << std::string(width - column.title.size() + 2, ' ') << value;
       std::cout << '\n';

@@ -15,6 +15,9 @@ using Json = nlohmann::ordered_json;
 
 struct OutputOptions {
   bool json = false;
+  // Secrets (a directory's bind password) are shown as "(set)" unless asked
+  // for by name with --show-secrets.
+  bool showSecrets = false;
 };
 
 void AddOutputOptions(CLI::App& command, OutputOptions& options);
@@ -23,7 +26,9 @@ void AddOutputOptions(CLI::App& command, OutputOptions& options);
 struct Column {
   std::string key;
   std::string title;
-  bool secret = false;  // shown to people only as set or not set
+  bool secret = false;  // shown only as set or not set, unless asked for
+  // False for a secret a table leaves out, named so that --json masks it.
+  bool shown = true;
 };
 
 // Prints records: with --json a JSON array of the objects as given; else a

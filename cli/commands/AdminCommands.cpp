@@ -1,9 +1,37 @@
 // `xopolicy admin`: the administrators who may log in, and their rights.
 // Which domains they manage is `xopolicy domain add-admin`.
+#include "XoObjStore.h"
 #include "cli/Nouns.h"
+#include "frame/Handles.h"
 
 namespace xo::cli {
 namespace {
+
+// The store keeps one system administrator who logs in with a password of
+// its own, so that nobody is locked out; the library answers a refusal with
+// -1 alone, so the tool looks at the store to say why.
+bool IsLastPasswordSystemAdmin(PolicyApiSession* h, const std::string& name) {
+  const std::string& sid = h->session->GetSessionID();
+  CXoObjIdArray hits;
+  if (store::Failed(CXoObjStore::SearchMultiple(CXoObjAdmin(), hits, {}, sid))) return false;
+  std::vector<std::string> holders;
+  for (const CXoObjId& id : hits) {
+    CXoObjAdmin admin(id);
+    if (store::Failed(CXoObjStore::Fetch(admin, 0, nullptr, sid))) return false;
+    if ((admin.GetFlags() & XO_ADMIN_SYSTEM) && !admin.GetDirectoryBound() &&
+        !admin.GetAdminText().empty()) {
+      holders.push_back(admin.GetName());
+    }
+  }
+  return holders == std::vector<std::string>{name};
+}
+
+[[noreturn]] void RefuseLockOut(const std::string& doing, const std::string& name) {
+  throw CommandError("cannot " + doing + " administrator " + Quoted(name) +
+                     ": it is the last system administrator who logs in with a password, and "
+                     "without one nobody could log in for sure; first give another "
+                     "administrator the system right (--flags 0x1) and a password");
+}
 
 Noun<AdminRecord> AdminNoun() {
   using R = AdminRecord;
@@ -31,6 +59,18 @@ Noun<AdminRecord> AdminNoun() {
   };
   noun.columns = {"name", "flags", "userdir", "description"};
   UseSystemCalls(noun, Xo_PolicyApi_GetAdmin, Xo_PolicyApi_AddAdmin, Xo_PolicyApi_DeleteAdmin);
+  noun.add = [](PolicyApiSession* h, const Scope&, R& record, uint8_t update) {
+    const int32_t rc = Xo_PolicyApi_AddAdmin(h, &record, update);
+    if (rc == XO_ERR_GENERAL && update != 0 && IsLastPasswordSystemAdmin(h, record.name)) {
+      RefuseLockOut("change", record.name);
+    }
+    return rc;
+  };
+  noun.remove = [](PolicyApiSession* h, const Scope&, const std::string& name) {
+    const int32_t rc = Xo_PolicyApi_DeleteAdmin(h, name.c_str());
+    if (rc == XO_ERR_GENERAL && IsLastPasswordSystemAdmin(h, name)) RefuseLockOut("delete", name);
+    return rc;
+  };
   noun.names = GlobalObjectNames(XO_GLOBAL_ADMINISTRATORS, "administrators");
   return noun;
 }

@@ -22,7 +22,7 @@ struct ExportOptions {
   ConnectionOptions connection;
   std::vector<std::string> domains;
   std::string output;
-  bool passwordHashes = false;
+  bool secrets = false;
 };
 
 struct ApplyOptions {
@@ -84,7 +84,7 @@ void RunExport(const ExportOptions& options) {
   // A file for some domains leaves the system objects to whoever owns them.
   scope.system = options.domains.empty();
   if (!options.domains.empty()) scope.domains = options.domains;
-  scope.passwordHashes = options.passwordHashes;
+  scope.secrets = options.secrets;
   Json document = policy::ReadStore(connection, scope);
   if (scope.domains && document["domains"].size() != options.domains.size()) {
     for (const std::string& name : options.domains) {
@@ -107,7 +107,7 @@ void RunExport(const ExportOptions& options) {
 policy::ReadScope ScopeOf(const Json& desired, bool prune, std::vector<std::string>& builtIn) {
   policy::ReadScope scope;
   scope.system = desired.contains("system");
-  scope.passwordHashes = true;
+  scope.secrets = true;
   scope.builtIn = &builtIn;
   // Pruning a file that describes the whole store may delete any domain.
   if (!(prune && scope.system)) {
@@ -176,8 +176,9 @@ void RegisterExport(CLI::App& app) {
   command
       ->add_option("--output,-o", options->output, "Write to this file instead of standard output")
       ->type_name("FILE");
-  command->add_flag("--include-password-hashes", options->passwordHashes,
-                    "Include administrators' password hashes (keep such a file secret)");
+  command->add_flag("--include-secrets,--include-password-hashes", options->secrets,
+                    "Include administrators' password hashes and user directories' bind "
+                    "passwords (keep such a file secret)");
   command->callback([options] { RunExport(*options); });
 }
 

@@ -5,6 +5,8 @@
 #include <iostream>
 #include <map>
 
+#include "XoDsDir.h"
+#include "XoObjStore.h"
 #include "cli/Nouns.h"
 #include "cli/PasswordInput.h"
 #include "cli/UserEntries.h"
@@ -75,6 +77,22 @@ void Show(const UserVerb& v) {
   PrintDetails(v.output, {record}, {{"entry", "entry"}, {"disabled", "disabled"}});
 }
 
+// Whether the directory holds more entries than a listing of it gives: the
+// library's listing cannot say, so the directory is asked again, directly.
+bool ListingIsCut(const Connection& c, const std::string& name) {
+  CXoObjIdArray hits;
+  if (store::Failed(CXoObjStore::Search(CXoObjUserDirectory(), hits, CXoObjUserDirectory::Name,
+                                        name, c.SessionId())) ||
+      hits.size() != 1) {
+    return false;
+  }
+  CXoObjUserDirectory directory(hits.front());
+  if (store::Failed(CXoObjStore::Fetch(directory, 0, nullptr, c.SessionId()))) return false;
+  std::vector<std::string> entries, details;
+  bool cut = false;
+  return CXoDsDir(directory).Enumerate(entries, details, cut) && cut;
+}
+
 void List(const UserVerb& v) {
   Connection c(v.connection);
   UserEntryRecord* list = nullptr;
@@ -82,7 +100,13 @@ void List(const UserVerb& v) {
             Xo_PolicyApi_GetDirectoryContents(c.Handle(), v.scope.userDir.c_str(), &list),
             "cannot list user directory " + Quoted(v.scope.userDir));
   const auto fields = DirectoryEntryFields();
-  PrintListing(v.output, RecordsJson(fields, TakeRecords(list)), FieldColumns(fields));
+  const std::vector<UserEntryRecord> records = TakeRecords(list);
+  PrintListing(v.output, RecordsJson(fields, records), FieldColumns(fields));
+  if (!records.empty() && ListingIsCut(c, v.scope.userDir)) {
+    std::cerr << "xopolicy: the listing was cut after " << records.size()
+              << " entries: the directory holds more (its maximum number of results, or its "
+                 "server, stops there)\n";
+  }
 }
 
 std::string NewPassword(const UserVerb& v) {

@@ -23,7 +23,7 @@ Json Read(Reader& reader) {
                       {"userDirectory", FieldText(r.userDirName)},
                       {"scheme", FieldText(r.schemeName)}};
         std::string hash = FieldText(r.adminText);
-        if (reader.Scope().passwordHashes && !hash.empty()) admin["password"] = hash;
+        if (reader.Scope().secrets && !hash.empty()) admin["password"] = hash;
         return admin;
       });
 }

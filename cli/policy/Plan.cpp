@@ -115,7 +115,7 @@ class Planner {
     if (!directoryBound && (!object.contains("password") || object["password"] == "")) {
       throw CommandError("administrator \"" + KeyOf(kind, object) +
                          "\" is not in the store yet: give it a \"password\" (a text, or the hash "
-                         "that `export --include-password-hashes` writes), a \"userDirectory\" "
+                         "that `export --include-secrets` writes), a \"userDirectory\" "
                          "and \"scheme\" to log in through, or leave it out of the file");
     }
   }
@@ -162,7 +162,9 @@ std::string Shown(const Json& value) { return value.dump(); }
 
 // How a changed field is told: sets by what joins and leaves them.
 std::string FieldText(const Change& change, const FieldChange& field) {
-  if (field.field == "password") return "password: (hidden) -> (hidden)";
+  if (field.field == "password" || field.field == "bindPassword") {
+    return field.field + ": (hidden) -> (hidden)";
+  }
   const FieldSpec& shape = FieldOf(*change.kind, field.field);
   if (!IsSet(shape)) return field.field + ": " + Shown(field.before) + " -> " + Shown(field.after);
   std::string text = field.field + ":";

@@ -25,8 +25,9 @@ struct ReadScope {
   bool system = true;  // read the "system" section
   // The domains to read; all of them when not given.
   std::optional<std::vector<std::string>> domains;
-  // Administrators' password hashes are left out unless asked for.
-  bool passwordHashes = false;
+  // Secrets (administrators' password hashes, directories' bind passwords)
+  // are left out unless asked for.
+  bool secrets = false;
   // When given, receives "collection/name" of the objects every store is
   // made with (such as the built-in scheme), which pruning leaves alone.
   std::vector<std::string>* builtIn = nullptr;

@@ -10,7 +10,11 @@ namespace {
 using enum FieldType;
 using R = UserDirRecord;
 
-// The record's thirteen strings, in order.
+// The record's thirteen strings, in order. The sixth, the bind password, is
+// a secret: the document keeps it apart, as "bindPassword", and only when
+// the export was asked for secrets.
+constexpr size_t kBindPassword = 5;
+
 std::vector<char (*)[XO_TEXT_FIELD]> Strings(R& r) {
   return {&r.string1, &r.string2, &r.string3,  &r.string4,  &r.string5,  &r.string6, &r.string7,
           &r.string8, &r.string9, &r.string10, &r.string11, &r.string12, &r.string13};
@@ -22,17 +26,23 @@ Json Read(Reader& reader) {
       [&](const std::string& name, R** out) {
         return Xo_PolicyApi_GetUserDir(reader.Handle(), name.c_str(), out);
       },
-      [](const R& record) -> Json {
+      [&](const R& record) -> Json {
         R r = record;
         Json strings = Json::array();
         for (auto* field : Strings(r)) strings.push_back(FieldText(*field));
-        return {{"name", FieldText(r.name)},
-                {"description", FieldText(r.description)},
-                {"type", FieldText(r.directoryType)},
-                {"queryScheme", FieldText(r.querySchemeName)},
-                {"strings", strings},
-                {"integers", {r.int1, r.int2, r.int3}},
-                {"flags", FlagList({r.flag1, r.flag2})}};
+        const std::string bindPassword = strings[kBindPassword];
+        strings[kBindPassword] = "";
+        Json directory = {{"name", FieldText(r.name)},
+                          {"description", FieldText(r.description)},
+                          {"type", FieldText(r.directoryType)},
+                          {"queryScheme", FieldText(r.querySchemeName)},
+                          {"strings", strings},
+                          {"integers", {r.int1, r.int2, r.int3}},
+                          {"flags", FlagList({r.flag1, r.flag2})}};
+        if (reader.Scope().secrets && !bindPassword.empty()) {
+          directory["bindPassword"] = bindPassword;
+        }
+        return directory;
       });
 }
 
@@ -45,6 +55,11 @@ void Write(Writer& writer, const Change& change) {
   SetField(r.querySchemeName, TextOf(a, "queryScheme"));
   std::vector<char(*)[XO_TEXT_FIELD]> strings = Strings(r);
   for (size_t i = 0; i < strings.size(); ++i) SetField(*strings[i], TextAt(a, "strings", i));
+  // Files written before the bind password was kept apart hold it among the
+  // strings.
+  if (a.contains("bindPassword") && !TextOf(a, "bindPassword").empty()) {
+    SetField(r.string6, TextOf(a, "bindPassword"));
+  }
   r.int1 = IntAt(a, "integers", 0);
   r.int2 = IntAt(a, "integers", 1);
   r.int3 = IntAt(a, "integers", 2);
@@ -69,7 +84,8 @@ const Kind& UserDirectoryKind() {
                           {"queryScheme", Text},
                           {"strings", Texts, 13},
                           {"integers", Integers, 3},
-                          {"flags", Flags, 2}},
+                          {"flags", Flags, 2},
+                          {"bindPassword", Text}},
                          Read,
                          Write,
                          Remove};

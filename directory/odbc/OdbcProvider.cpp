@@ -157,11 +157,20 @@ bool OdbcProvider::Keys(OdbcConnection& connection, OdbcQuery query, const std::
 }
 
 bool OdbcProvider::Enumerate(std::vector<DirEntry>& entries, std::string& error) {
+  bool cut = false;
+  return EnumerateReportingCut(entries, cut, error);
+}
+
+// One row more than the maximum is read, to tell whether the maximum cut
+// the listing.
+bool OdbcProvider::EnumerateReportingCut(std::vector<DirEntry>& entries, bool& cut,
+                                         std::string& error) {
   std::unique_ptr<OdbcConnection> connection = Connect(error);
   std::vector<OdbcRow> rows;
-  if (!connection || !Run(*connection, kEnumerate, {}, rows, error, settings_.maxResults)) {
-    return false;
-  }
+  const int limit = settings_.maxResults > 0 ? settings_.maxResults + 1 : 0;
+  if (!connection || !Run(*connection, kEnumerate, {}, rows, error, limit)) return false;
+  cut = settings_.maxResults > 0 && rows.size() > static_cast<size_t>(settings_.maxResults);
+  if (cut) rows.resize(static_cast<size_t>(settings_.maxResults));
   entries.reserve(rows.size());
   for (const OdbcRow& row : rows) {
     DirEntry& entry = entries.emplace_back();

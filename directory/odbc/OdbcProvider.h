@@ -18,6 +18,8 @@ class OdbcProvider : public Provider {
   OdbcProvider(Settings settings, const CXoObjODBCQuery& queries);
 
   bool Enumerate(std::vector<DirEntry>& entries, std::string& error) override;
+  bool EnumerateReportingCut(std::vector<DirEntry>& entries, bool& cut,
+                             std::string& error) override;
   bool Lookup(const std::string& entry, DirEntry& found, std::string& error) override;
   bool Authenticate(const std::string& user, const std::string& password,
                     std::string& error) override;

@@ -44,6 +44,15 @@ TEST_F(DirectoryUsersTest, ListsTheDirectorysEntries) {
   EXPECT_EQ(entries[0]["entry"], "users/alice");
   EXPECT_TRUE(Contains(entries[0]["entryDetail"].get<std::string>(), "Alice Liddell"));
   EXPECT_TRUE(Contains(Ok(User({"user", "list"})), "groups/staff"));
+  EXPECT_TRUE(Run(User({"user", "list"})).err.empty());
+
+  // Cut at the directory's maximum: the first entries, and a word that it was cut.
+  Ok({"userdir", "update", "people", "--max-results", "2"});
+  CliResult cut = Run(User({"user", "list", "--json"}));
+  EXPECT_EQ(Json::parse(cut.out).size(), 2u);
+  EXPECT_TRUE(Contains(cut.err, "the listing was cut after 2 entries")) << cut.err;
+  Ok({"userdir", "update", "people", "--max-results", "5"});
+  EXPECT_TRUE(Run(User({"user", "list"})).err.empty());
 }
 
 TEST_F(DirectoryUsersTest, DisablesAndEnablesUsers) {

@@ -25,6 +25,20 @@ TEST_F(LoginTest, WrongPasswordOrUnknownAdministratorSaysSoAndChangesNothing) {
   EXPECT_EQ(Snapshot(), before);
 }
 
+TEST_F(LoginTest, TheLastSystemAdministratorWithAPasswordStaysAndTheToolSaysWhy) {
+  const std::string before = Snapshot();
+  for (const std::vector<std::string>& args : {std::vector<std::string>{"admin", "delete", kAdmin},
+                                               {"admin", "update", kAdmin, "--flags", "2"}}) {
+    CliResult run = Run(args);
+    EXPECT_EQ(run.exitCode, kExitFailure) << args[1];
+    EXPECT_TRUE(Contains(run.err, "last system administrator who logs in with a password"));
+  }
+  EXPECT_EQ(Snapshot(), before);
+  // With a second one, either may go.
+  AddAdmin("second", 0x1);
+  EXPECT_EQ(Run({"admin", "delete", "second"}).exitCode, 0);
+}
+
 TEST_F(LoginTest, AdministratorWithoutRightsIsToldAtLogin) {
   AddAdmin("idle", 0);
 

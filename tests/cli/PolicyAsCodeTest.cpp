@@ -137,6 +137,36 @@ TEST_F(PolicyAsCodeTest, ExportAppliedToEmptyStoreExportsTheSame) {
   if (handle) Xo_PolicyApi_Logout(handle);
 }
 
+TEST_F(PolicyAsCodeTest, ABindPasswordIsShownOnlyWhenAskedFor) {
+  const std::string secret = "bind-secret-42";
+  ASSERT_EQ(Run({"userdir", "add", "corp", "--type", "LDAP:", "--server", "ldap://localhost",
+                 "--bind-user", "cn=reader", "--bind-password", secret})
+                .exitCode,
+            0);
+  // Every way of reading it back but the explicit ones keeps it out.
+  for (const std::vector<std::string>& args : {std::vector<std::string>{"userdir", "get", "corp"},
+                                               {"userdir", "get", "corp", "--json"},
+                                               {"userdir", "list", "--json"},
+                                               {"export"},
+                                               {"export", "--json"},
+                                               {"audit"}}) {
+    CliResult run = Run(args);
+    EXPECT_EQ(run.out.find(secret), std::string::npos) << args[0] << " " << args[1];
+  }
+  EXPECT_TRUE(Contains(Run({"userdir", "get", "corp", "--json"}).out, "(set)"));
+  EXPECT_TRUE(Contains(Run({"userdir", "get", "corp", "--json", "--show-secrets"}).out, secret));
+
+  // An export without it applies without touching it; one with it carries it.
+  const std::string plain = Write("plain.json", Run({"export"}).out);
+  EXPECT_TRUE(Contains(Apply(plain).out, "no changes"));
+  Json withSecrets = Export({"--include-secrets"});
+  EXPECT_EQ(withSecrets["system"]["userDirectories"][0]["bindPassword"], secret);
+  const std::string other = dir_ / "other.db";
+  InitStore(other);
+  ASSERT_EQ(Apply(WriteJson("secrets.json", withSecrets), {}, other).exitCode, 0);
+  EXPECT_EQ(Export({"--include-secrets"}, other), withSecrets);
+}
+
 TEST_F(PolicyAsCodeTest, ExportNamesEveryReferenceAndNoIdentifier) {
   ApplyIntranet();
   CliResult run = Run({"export"});
@@ -424,7 +454,7 @@ TEST_F(PolicyAsCodeTest, FirstAdministratorComesToAnotherStoreOnlyWithItsHash) {
   CliResult plain = applyAsOps(Write("plain.json", Run({"export"}).out));
   EXPECT_EQ(plain.exitCode, kExitFailure);
   EXPECT_TRUE(Contains(plain.err, "administrator \"root\" is not in the store yet"));
-  EXPECT_TRUE(Contains(plain.err, "--include-password-hashes"));
+  EXPECT_TRUE(Contains(plain.err, "--include-secrets"));
 
   CliResult hashed =
       applyAsOps(Write("hashed.json", Run({"export", "--include-password-hashes"}).out));

@@ -20,12 +20,17 @@ Record Named(const char* name) {
 }
 
 // A Get call: whatever it hands out goes back.
-template <class Record>
-int32_t Freed(int32_t rc, Record* list) {
+template <class Record, class Get>
+int32_t Freed(Get&& get) {
+  Record* list = nullptr;
+  const int32_t rc = get(&list);
   if (rc == XO_OK) Xo_PolicyApi_FreeMemory(list);
   return rc;
 }
-int32_t FreedNames(int32_t rc, char** names) {
+template <class Get>
+int32_t FreedNames(Get&& get) {
+  char** names = nullptr;
+  const int32_t rc = get(&names);
   if (rc == XO_OK) Xo_PolicyApi_FreeStringArray(names);
   return rc;
 }
@@ -93,8 +98,8 @@ std::vector<CatalogCall> MakeCalls(const std::string& ruleOid, const std::string
        [](S h) { return Xo_PolicyApi_DeleteRule(h, "put", "web", "own"); }},
       {"Xo_PolicyApi_GetRule", kDomain,
        [](S h) {
-         RuleRecord* list = nullptr;
-         return Freed(Xo_PolicyApi_GetRule(h, "get", "web", "own", &list), list);
+         return Freed<RuleRecord>(
+             [&](RuleRecord** list) { return Xo_PolicyApi_GetRule(h, "get", "web", "own", list); });
        }},
       {"Xo_PolicyApi_AddPolicy", kDomain,
        [](S h) {
@@ -105,8 +110,8 @@ std::vector<CatalogCall> MakeCalls(const std::string& ruleOid, const std::string
        [](S h) { return Xo_PolicyApi_DeletePolicy(h, "old-policy", "own"); }},
       {"Xo_PolicyApi_GetPolicy", kDomain,
        [](S h) {
-         PolicyRecord* list = nullptr;
-         return Freed(Xo_PolicyApi_GetPolicy(h, "staff", "own", &list), list);
+         return Freed<PolicyRecord>(
+             [&](PolicyRecord** list) { return Xo_PolicyApi_GetPolicy(h, "staff", "own", list); });
        }},
       {"Xo_PolicyApi_AddPolicyLink", kDomain,
        [](S h) {
@@ -117,8 +122,9 @@ std::vector<CatalogCall> MakeCalls(const std::string& ruleOid, const std::string
        [](S h) { return Xo_PolicyApi_RemoveRuleFromPolicy(h, "own", "staff", "web", "get"); }},
       {"Xo_PolicyApi_GetPolicyLinks", kDomain,
        [](S h) {
-         PolicyLinkRecord* list = nullptr;
-         return Freed(Xo_PolicyApi_GetPolicyLinks(h, "own", "staff", &list), list);
+         return Freed<PolicyLinkRecord>([&](PolicyLinkRecord** list) {
+           return Xo_PolicyApi_GetPolicyLinks(h, "own", "staff", list);
+         });
        }},
       {"Xo_PolicyApi_SetResponseInPolicyLink", kDomain,
        [](S h) {
@@ -136,8 +142,9 @@ std::vector<CatalogCall> MakeCalls(const std::string& ruleOid, const std::string
        }},
       {"Xo_PolicyApi_GetPolicyUsers", kDomain,
        [](S h) {
-         UserEntryRecord* list = nullptr;
-         return Freed(Xo_PolicyApi_GetPolicyUsers(h, "own", "staff", "hr", &list), list);
+         return Freed<UserEntryRecord>([&](UserEntryRecord** list) {
+           return Xo_PolicyApi_GetPolicyUsers(h, "own", "staff", "hr", list);
+         });
        }},
       {"Xo_PolicyApi_AddDomain", kSystem,
        [](S h) {
@@ -148,14 +155,14 @@ std::vector<CatalogCall> MakeCalls(const std::string& ruleOid, const std::string
        [](S h) { return Xo_PolicyApi_DeleteDomain(h, "old-domain"); }},
       {"Xo_PolicyApi_GetDomain", kSystem,
        [](S h) {
-         DomainRecord* list = nullptr;
-         return Freed(Xo_PolicyApi_GetDomain(h, "own", &list), list);
+         return Freed<DomainRecord>(
+             [&](DomainRecord** list) { return Xo_PolicyApi_GetDomain(h, "own", list); });
        }},
       {"Xo_PolicyApi_GetDomainObjectNames", kDomain,
        [](S h) {
-         char** names = nullptr;
-         return FreedNames(Xo_PolicyApi_GetDomainObjectNames(h, "own", XO_DOMAIN_RULES, &names),
-                           names);
+         return FreedNames([&](char*** names) {
+           return Xo_PolicyApi_GetDomainObjectNames(h, "own", XO_DOMAIN_RULES, names);
+         });
        }},
       {"Xo_PolicyApi_AddRealm", kDomain,
        [](S h) {
@@ -166,8 +173,8 @@ std::vector<CatalogCall> MakeCalls(const std::string& ruleOid, const std::string
        [](S h) { return Xo_PolicyApi_DeleteRealm(h, "old-realm", "own"); }},
       {"Xo_PolicyApi_GetRealm", kDomain,
        [](S h) {
-         RealmRecord* list = nullptr;
-         return Freed(Xo_PolicyApi_GetRealm(h, "web", "own", &list), list);
+         return Freed<RealmRecord>(
+             [&](RealmRecord** list) { return Xo_PolicyApi_GetRealm(h, "web", "own", list); });
        }},
       {"Xo_PolicyApi_FlushRealm", kDomain,
        [](S h) { return Xo_PolicyApi_FlushRealm(h, "web", "own"); }},
@@ -180,8 +187,9 @@ std::vector<CatalogCall> MakeCalls(const std::string& ruleOid, const std::string
        [](S h) { return Xo_PolicyApi_DeleteResponse(h, "old-response", "own"); }},
       {"Xo_PolicyApi_GetResponse", kDomain,
        [](S h) {
-         ResponseRecord* list = nullptr;
-         return Freed(Xo_PolicyApi_GetResponse(h, "welcome", "own", &list), list);
+         return Freed<ResponseRecord>([&](ResponseRecord** list) {
+           return Xo_PolicyApi_GetResponse(h, "welcome", "own", list);
+         });
        }},
       {"Xo_PolicyApi_AddResponseAttr", kDomain,
        [](S h) {
@@ -195,8 +203,9 @@ std::vector<CatalogCall> MakeCalls(const std::string& ruleOid, const std::string
        }},
       {"Xo_PolicyApi_GetResponseAttrs", kDomain,
        [](S h) {
-         ResponseAttrRecord* list = nullptr;
-         return Freed(Xo_PolicyApi_GetResponseAttrs(h, "welcome", "own", &list), list);
+         return Freed<ResponseAttrRecord>([&](ResponseAttrRecord** list) {
+           return Xo_PolicyApi_GetResponseAttrs(h, "welcome", "own", list);
+         });
        }},
       {"Xo_PolicyApi_CreateUserDir", kSystem,
        [](S h) {
@@ -208,8 +217,8 @@ std::vector<CatalogCall> MakeCalls(const std::string& ruleOid, const std::string
        [](S h) { return Xo_PolicyApi_DeleteUserDir(h, "old-dir"); }},
       {"Xo_PolicyApi_GetUserDir", kSystem,
        [](S h) {
-         UserDirRecord* list = nullptr;
-         return Freed(Xo_PolicyApi_GetUserDir(h, "hr", &list), list);
+         return Freed<UserDirRecord>(
+             [&](UserDirRecord** list) { return Xo_PolicyApi_GetUserDir(h, "hr", list); });
        }},
       {"Xo_PolicyApi_AddUserDirToDomain", kSystem,
        [](S h) { return Xo_PolicyApi_AddUserDirToDomain(h, "spare", "own"); }},
@@ -217,8 +226,8 @@ std::vector<CatalogCall> MakeCalls(const std::string& ruleOid, const std::string
        [](S h) { return Xo_PolicyApi_RemoveUserDirFromDomain(h, "hr", "own"); }},
       {"Xo_PolicyApi_GetUserDirSearchOrder", kSystem,
        [](S h) {
-         char** names = nullptr;
-         return FreedNames(Xo_PolicyApi_GetUserDirSearchOrder(h, "own", &names), names);
+         return FreedNames(
+             [&](char*** names) { return Xo_PolicyApi_GetUserDirSearchOrder(h, "own", names); });
        }},
       {"Xo_PolicyApi_SetUserDirSearchOrder", kSystem,
        [](S h) {
@@ -235,13 +244,15 @@ std::vector<CatalogCall> MakeCalls(const std::string& ruleOid, const std::string
        [](S h) { return Xo_PolicyApi_DeleteODBCQueryScheme(h, "old-queries"); }},
       {"Xo_PolicyApi_GetODBCQueryScheme", kSystem,
        [](S h) {
-         OdbcQuerySchemeRecord* list = nullptr;
-         return Freed(Xo_PolicyApi_GetODBCQueryScheme(h, "queries", &list), list);
+         return Freed<OdbcQuerySchemeRecord>([&](OdbcQuerySchemeRecord** list) {
+           return Xo_PolicyApi_GetODBCQueryScheme(h, "queries", list);
+         });
        }},
       {"Xo_PolicyApi_GetDirectoryContents", kSystem,
        [](S h) {
-         UserEntryRecord* list = nullptr;
-         return Freed(Xo_PolicyApi_GetDirectoryContents(h, "hr", &list), list);
+         return Freed<UserEntryRecord>([&](UserEntryRecord** list) {
+           return Xo_PolicyApi_GetDirectoryContents(h, "hr", list);
+         });
        }},
       {"Xo_PolicyApi_SetDisableUserState", kUsers,
        [](S h) {
@@ -265,8 +276,8 @@ std::vector<CatalogCall> MakeCalls(const std::string& ruleOid, const std::string
        [](S h) { return Xo_PolicyApi_DeleteAgent(h, "old-agent"); }},
       {"Xo_PolicyApi_GetAgent", kSystem,
        [](S h) {
-         AgentRecord* list = nullptr;
-         return Freed(Xo_PolicyApi_GetAgent(h, "gateway", &list), list);
+         return Freed<AgentRecord>(
+             [&](AgentRecord** list) { return Xo_PolicyApi_GetAgent(h, "gateway", list); });
        }},
       {"Xo_PolicyApi_AddScheme", kSystem,
        [](S h) {
@@ -277,8 +288,8 @@ std::vector<CatalogCall> MakeCalls(const std::string& ruleOid, const std::string
        [](S h) { return Xo_PolicyApi_DeleteScheme(h, "old-scheme"); }},
       {"Xo_PolicyApi_GetScheme", kSystem,
        [](S h) {
-         SchemeRecord* list = nullptr;
-         return Freed(Xo_PolicyApi_GetScheme(h, "tokens", &list), list);
+         return Freed<SchemeRecord>(
+             [&](SchemeRecord** list) { return Xo_PolicyApi_GetScheme(h, "tokens", list); });
        }},
       {"Xo_PolicyApi_AddAdmin", kSystem,
        [](S h) {
@@ -289,8 +300,8 @@ std::vector<CatalogCall> MakeCalls(const std::string& ruleOid, const std::string
        [](S h) { return Xo_PolicyApi_DeleteAdmin(h, "old-admin"); }},
       {"Xo_PolicyApi_GetAdmin", kSystem,
        [](S h) {
-         AdminRecord* list = nullptr;
-         return Freed(Xo_PolicyApi_GetAdmin(h, "eve", &list), list);
+         return Freed<AdminRecord>(
+             [&](AdminRecord** list) { return Xo_PolicyApi_GetAdmin(h, "eve", list); });
        }},
       {"Xo_PolicyApi_AddAdminToDomain", kSystem,
        [](S h) { return Xo_PolicyApi_AddAdminToDomain(h, "eve", "own"); }},
@@ -303,14 +314,15 @@ std::vector<CatalogCall> MakeCalls(const std::string& ruleOid, const std::string
        }},
       {"Xo_PolicyApi_GetGroup", kDomain,
        [](S h) {
-         GroupRecord* list = nullptr;
-         return Freed(Xo_PolicyApi_GetGroup(h, XO_GROUP_RULE, "everyday", "own", &list), list);
+         return Freed<GroupRecord>([&](GroupRecord** list) {
+           return Xo_PolicyApi_GetGroup(h, XO_GROUP_RULE, "everyday", "own", list);
+         });
        }},
       {"Xo_PolicyApi_GetGroupNames", kDomain,
        [](S h) {
-         char** names = nullptr;
-         return FreedNames(Xo_PolicyApi_GetGroupNames(h, XO_GROUP_RULE, "everyday", "own", &names),
-                           names);
+         return FreedNames([&](char*** names) {
+           return Xo_PolicyApi_GetGroupNames(h, XO_GROUP_RULE, "everyday", "own", names);
+         });
        }},
       {"Xo_PolicyApi_AddToGroup", kDomain,
        [](S h) {
@@ -331,8 +343,9 @@ std::vector<CatalogCall> MakeCalls(const std::string& ruleOid, const std::string
        [](S h) { return Xo_PolicyApi_DeleteGroup(h, XO_GROUP_RULE, "own", "old-group"); }},
       {"Xo_PolicyApi_GetGlobalObjectNames", kSystem,
        [](S h) {
-         char** names = nullptr;
-         return FreedNames(Xo_PolicyApi_GetGlobalObjectNames(h, XO_GLOBAL_DOMAINS, &names), names);
+         return FreedNames([&](char*** names) {
+           return Xo_PolicyApi_GetGlobalObjectNames(h, XO_GLOBAL_DOMAINS, names);
+         });
        }},
       {"Xo_PolicyApi_RenameObject", kDomain,
        [ruleOid](S h) { return Xo_PolicyApi_RenameObject(h, ruleOid.c_str(), "got"); }},

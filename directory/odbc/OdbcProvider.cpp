@@ -1,5 +1,7 @@
 #include "odbc/OdbcProvider.h"
 
+#include <limits>
+
 #include "XoDsDir.h"
 #include "XoObjClasses.h"
 
@@ -167,7 +169,8 @@ bool OdbcProvider::EnumerateReportingCut(std::vector<DirEntry>& entries, bool& c
                                          std::string& error) {
   std::unique_ptr<OdbcConnection> connection = Connect(error);
   std::vector<OdbcRow> rows;
-  const int limit = settings_.maxResults > 0 ? settings_.maxResults + 1 : 0;
+  const int max = settings_.maxResults;
+  const int limit = max <= 0 ? 0 : max == std::numeric_limits<int>::max() ? max : max + 1;
   if (!connection || !Run(*connection, kEnumerate, {}, rows, error, limit)) return false;
   cut = settings_.maxResults > 0 && rows.size() > static_cast<size_t>(settings_.maxResults);
   if (cut) rows.resize(static_cast<size_t>(settings_.maxResults));

@@ -54,6 +54,7 @@ void ApiTest::TearDown() {
     for (int attempt = 0; attempt < 2 && Xo_PolicyApi_Logout(handle) == XO_ERR_GENERAL; ++attempt) {
     }
   }
+  handles_.clear();
   store_.reset();
   EXPECT_EQ(xo::store::CurrentBackend(), nullptr) << "a test left the store open";
   RemoveFaultyBackend();

@@ -18,16 +18,6 @@
 
 namespace xo::test {
 
-// What a sweep expects of a failure the call absorbs (see SweepStoreFailures).
-constexpr int32_t kAbsorbedFailure = INT32_MIN;
-
-// What a call gives when the `ordinal`-th call of `op` fails (0: any of them).
-struct StoreAnswer {
-  StoreOp op;
-  int ordinal;
-  int32_t code;
-};
-
 class ApiTest : public ::testing::Test {
  protected:
   static constexpr const char* kAdmin = "sysadmin";

@@ -4,14 +4,96 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "XoObjId.h"
 #include "XoPolicyApi.h"
 
 namespace xo::test {
+
+// The tag a Get function gives each record of its list.
+template <class R>
+constexpr int32_t RecordTag();
+#define XO_RECORD_TAG(R)             \
+  template <>                        \
+  constexpr int32_t RecordTag<R>() { \
+    return R##Type;                  \
+  }
+XO_RECORD_TAG(RuleRecord)
+XO_RECORD_TAG(PolicyRecord)
+XO_RECORD_TAG(RealmRecord)
+XO_RECORD_TAG(ResponseRecord)
+XO_RECORD_TAG(UserDirRecord)
+XO_RECORD_TAG(AgentRecord)
+XO_RECORD_TAG(DomainRecord)
+XO_RECORD_TAG(PolicyLinkRecord)
+XO_RECORD_TAG(ResponseAttrRecord)
+XO_RECORD_TAG(UserEntryRecord)
+XO_RECORD_TAG(SchemeRecord)
+XO_RECORD_TAG(AdminRecord)
+XO_RECORD_TAG(GroupRecord)
+XO_RECORD_TAG(OdbcQuerySchemeRecord)
+#undef XO_RECORD_TAG
+
+// Where the text fields of a record start.
+template <class R, class... Fields>
+std::vector<size_t> OffsetsOf(Fields... fields) {
+  static const R record{};
+  const auto* base = reinterpret_cast<const char*>(&record);
+  return {static_cast<size_t>(reinterpret_cast<const char*>(&(record.*fields)) - base)...};
+}
+template <class R>
+const std::vector<size_t>& TextFields() {
+  static const std::vector<size_t> texts = [] {
+    using T = R;
+    if constexpr (std::is_same_v<T, RuleRecord>) {
+      return OffsetsOf<T>(&T::objectId, &T::name, &T::description, &T::realmName, &T::ruleText1,
+                          &T::ruleText2, &T::timeText, &T::ruleText3);
+    } else if constexpr (std::is_same_v<T, PolicyRecord>) {
+      return OffsetsOf<T>(&T::objectId, &T::name, &T::description, &T::policyText1,
+                          &T::policyText2);
+    } else if constexpr (std::is_same_v<T, RealmRecord>) {
+      return OffsetsOf<T>(&T::objectId, &T::name, &T::description, &T::realmText, &T::agentName,
+                          &T::schemeName, &T::parentName);
+    } else if constexpr (std::is_same_v<T, ResponseRecord>) {
+      return OffsetsOf<T>(&T::objectId, &T::name, &T::description, &T::agentTypeName);
+    } else if constexpr (std::is_same_v<T, UserDirRecord>) {
+      return OffsetsOf<T>(&T::objectId, &T::name, &T::description, &T::directoryType, &T::string1,
+                          &T::string2, &T::string3, &T::string4, &T::string5, &T::string6,
+                          &T::string7, &T::string8, &T::querySchemeName, &T::string9, &T::string10,
+                          &T::string11, &T::string12, &T::string13);
+    } else if constexpr (std::is_same_v<T, AgentRecord>) {
+      return OffsetsOf<T>(&T::objectId, &T::name, &T::description, &T::agentString1,
+                          &T::agentString2, &T::agentTypeName);
+    } else if constexpr (std::is_same_v<T, DomainRecord> || std::is_same_v<T, GroupRecord>) {
+      std::vector<size_t> texts = OffsetsOf<T>(&T::objectId, &T::name, &T::description);
+      if constexpr (std::is_same_v<T, GroupRecord>) texts.push_back(offsetof(T, vendorName));
+      return texts;
+    } else if constexpr (std::is_same_v<T, PolicyLinkRecord>) {
+      return OffsetsOf<T>(&T::objectId, &T::realmName, &T::ruleName, &T::responseName);
+    } else if constexpr (std::is_same_v<T, ResponseAttrRecord>) {
+      return OffsetsOf<T>(&T::objectId, &T::attrName, &T::value);
+    } else if constexpr (std::is_same_v<T, SchemeRecord>) {
+      return OffsetsOf<T>(&T::objectId, &T::name, &T::description, &T::schemeString1,
+                          &T::schemeString2, &T::schemeString3);
+    } else if constexpr (std::is_same_v<T, AdminRecord>) {
+      return OffsetsOf<T>(&T::objectId, &T::name, &T::description, &T::adminText, &T::userDirName,
+                          &T::schemeName);
+    } else if constexpr (std::is_same_v<T, OdbcQuerySchemeRecord>) {
+      std::vector<size_t> texts = OffsetsOf<T>(&T::objectId, &T::name, &T::description);
+      for (size_t i = 0; i < 15; ++i) texts.push_back(offsetof(T, query) + i * XO_TEXT_FIELD);
+      return texts;
+    } else {
+      static_assert(std::is_same_v<T, ManagementCommandRecord>);
+      return OffsetsOf<T>(&T::argument);
+    }
+  }();
+  return texts;
+}
 
 template <class Record>
 Record Zeroed() {

@@ -65,7 +65,7 @@ class Args {
   // Calls `call` with the record as an input: it must come back as it was
   // given, but for the identifier that a successful save writes back.
   template <class R, class Call>
-  int32_t With(R& record, Call&& call);
+  int32_t With(R record, Call&& call);
   // Calls `get` with an output for a list: a failed call leaves it as it
   // was; a list handed out ends, is tagged, has terminated identifiers, and
   // is freed.
@@ -129,7 +129,7 @@ class CatalogStore {
 };
 
 template <class R, class Call>
-int32_t Args::With(R& record, Call&& call) {
+int32_t Args::With(R record, Call&& call) {
   R* const given = static_cast<R*>(Record(&record, sizeof record, TextFields<R>()));
   if (given == nullptr) return call(given);
   R copy;

@@ -6,7 +6,7 @@
 namespace xo::test {
 
 void SetEnvironment(const std::string& name, const std::string& value);
-// A new empty directory under the system's temporary directory.
+// A new empty directory in memory (/dev/shm) or the temporary directory.
 std::string MakeScratchDirectory();
 void RemoveDirectory(const std::string& path);
 

@@ -127,6 +127,8 @@ std::vector<CatalogCall> MakeCalls() {
     {"AddRealm", kDomain, [](S h, A a) { return AddInOwn(h, a, Realm("new-realm"), 0, Xo_PolicyApi_AddRealm); }},
     {"DeleteRealm", kDomain, [](S h, A a) { return Xo_PolicyApi_DeleteRealm(h, a.Name(K::Realm, "old-realm"), Own(a)); }},
     {"GetRealm", kDomain, [](S h, A a) { return a.List<RealmRecord>([&](auto l) { return Xo_PolicyApi_GetRealm(h, a.Name(K::Realm, "web"), Own(a), l); }); }},
+    // Without a domain every domain is searched, on the system's rights.
+    {"GetRealm_EveryDomain", kSystem, [](S h, A a) { return a.List<RealmRecord>([&](auto l) { return Xo_PolicyApi_GetRealm(h, a.Name(K::Realm, "web"), a.Name(K::Domain, ""), l); }); }},
     {"FlushRealm", kDomain, [](S h, A a) { return Xo_PolicyApi_FlushRealm(h, a.Name(K::Realm, "web"), Own(a)); }},
     {"AddResponse", kDomain, [](S h, A a) { return AddInOwn(h, a, Response("new-response"), 0, Xo_PolicyApi_AddResponse); }},
     {"DeleteResponse", kDomain, [](S h, A a) { return Xo_PolicyApi_DeleteResponse(h, a.Name(K::Response, "old-response"), Own(a)); }},

@@ -1,45 +1,82 @@
-// xo_fuzz_api: random calls of every exported function against a fresh
-// store, from a seed. Each result must be a defined code; a failed call must
-// leave the store's rows as they were; a handle that is no live session must
-// never be accepted; at the end the database passes SQLite's integrity check.
-// The sanitizer build catches what the checks cannot see.
+// xo_fuzz_api: random calls of every exported function against the prepared
+// catalog store, from a seed. Each result must be a defined code; a failed
+// call must leave the store's rows as they were; a handle that is no live
+// session, a null record or output, or a failed allocation must never be
+// accepted; at the end every session logs out, the store closes and the
+// database passes SQLite's integrity check. The sanitizer build catches what
+// the checks cannot see.
 //
 //   xo_fuzz_api [--seed N] [--calls N] [--runs N]
 //
 // --runs repeats with seeds N, N+1, ..., each on a new store.
-#include <unistd.h>
+#include <gtest/gtest-spi.h>
+#include <sqlite3.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <filesystem>
+#include <functional>
+#include <iterator>
 #include <map>
+#include <optional>
 #include <string>
+#include <utility>
 
-#include "Calls.h"
 #include "Driver.h"
-#include "Setup.h"
 #include "StoreBackend.h"
-#include "StoreDigest.h"
 #include "frame/Memory.h"
+#include "support/Environment.h"
+#include "support/StoreFile.h"
 
 namespace xo::fuzz {
 namespace {
-
-constexpr const char* kAdmin = "sysadmin";
-constexpr const char* kPassword = "correct horse";
-constexpr int kMostFailuresShown = 20;
 
 bool DefinedCode(int32_t rc) {
   return rc == XO_OK || (rc <= -1 && rc >= -14) || rc == -16 || rc == -17 ||
          (rc <= -19 && rc >= -26) || (rc <= -100 && rc >= -129);
 }
 
-struct Tally {
-  long calls = 0;
-  long succeeded = 0;
-  std::map<int32_t, long> codes;
+bool Starts(const std::string& name, const char* prefix) { return name.rfind(prefix, 0) == 0; }
+
+struct Call {
+  std::string name;
+  int weight;  // how often it is drawn, relative to the others
+  std::function<int32_t()> run;
+};
+
+// The first record a Get call hands out, as an input record to make it again.
+template <class R>
+R Copy(int32_t (*get)(PolicyApiSession*, const char*, R**), PolicyApiSession* h, const char* name) {
+  R* list = nullptr;
+  R record{};
+  if (get(h, name, &list) == XO_OK && list != nullptr) record = *list;
+  Xo_PolicyApi_FreeMemory(list);
+  record.objectId[0] = '\0';
+  record.next = nullptr;
+  return record;
+}
+
+// Whether any connection has committed to the database since the last
+// question: cheap, so that the store's rows are read again only then.
+class Commits {
+ public:
+  explicit Commits(const std::string& path) {
+    sqlite3_open_v2(path.c_str(), &db_, SQLITE_OPEN_READONLY, nullptr);
+  }
+  ~Commits() { sqlite3_close_v2(db_); }
+  bool Since() {
+    int64_t version = -1;
+    const auto read = [](void* out, int, char** row, char**) {
+      return *static_cast<int64_t*>(out) = std::atoll(row[0]), 0;
+    };
+    sqlite3_exec(db_, "PRAGMA data_version", read, &version, nullptr);
+    return std::exchange(last_, version) != version || version < 0;
+  }
+
+ private:
+  sqlite3* db_ = nullptr;
+  int64_t last_ = -1;
 };
 
 class Run {
@@ -48,147 +85,195 @@ class Run {
 
   // The number of failed checks.
   int Go() {
-    const auto scratch = std::filesystem::temp_directory_path() /
-                         ("xo-fuzz-" + std::to_string(getpid()) + "-" + std::to_string(seed_));
-    std::filesystem::remove_all(scratch);
-    std::filesystem::create_directories(scratch);
-    const std::string path = (scratch / "policy.db").string();
-    const int failures = OnStore(path);
-    std::filesystem::remove_all(scratch);
-    return failures;
-  }
-
- private:
-  int OnStore(const std::string& path) {
+    const std::string scratch = test::MakeScratchDirectory();
+    path_ = scratch + "/policy.db";
     std::string message;
-    if (xo::store::CreateStore({"sqlite", path}, {kAdmin, kPassword, "minimum"}, message) < 0) {
-      std::fprintf(stderr, "cannot create a store at %s: %s\n", path.c_str(), message.c_str());
-      return 1;
-    }
-    setenv("XO_POLICY_STORE", ("sqlite:" + path).c_str(), 1);
     PolicyApiSession* main = nullptr;
-    if (Xo_PolicyApi_Login(&main, nullptr, kAdmin, kPassword, "localhost", "", 0) != XO_OK) {
-      std::fprintf(stderr, "cannot log in to the new store\n");
+    test::SetEnvironment("XO_POLICY_STORE", "sqlite:" + path_);
+    if (xo::store::CreateStore({"sqlite", path_}, {kAdmin, kPassword, "minimum"}, message) < 0 ||
+        Xo_PolicyApi_Login(&main, nullptr, kAdmin, kPassword, "localhost", "", 0) != XO_OK) {
+      std::fprintf(stderr, "cannot make a store at %s: %s\n", path_.c_str(), message.c_str());
       return 1;
     }
     int failures = 0;
     {
+      // What the test support reports, the driver reports as failures.
+      testing::ScopedFakeTestPartResultReporter intercept(
+          testing::ScopedFakeTestPartResultReporter::INTERCEPT_ALL_THREADS, &reported_);
       Driver d(seed_, main);
-      StoreDigest store(path);
-      BuildStartingObjects(d);
-      RandomCalls(d, store);
+      std::optional<test::DirectStore> store(std::in_place, kAdmin, kPassword);
+      const test::CatalogStore catalog(*store, main);
+      store.reset();  // the run's own sessions only, so that the store closes with them
+      Forward(d);
+      directory_ = Copy(Xo_PolicyApi_GetUserDir, main, "hr");
+      queries_ = Copy(Xo_PolicyApi_GetODBCQueryScheme, main, "queries");
+      Harvest(d);
+      RandomCalls(d);
       d.BeginCall(calls_ + 1, "end of run");
       d.LogoutSecond();
       if (Xo_PolicyApi_Logout(main) != XO_OK) d.Fail("the main session does not log out");
-      const std::string integrity = store.IntegrityCheck();
-      if (integrity != "ok") d.Fail("integrity check: " + integrity);
+      if (xo::store::CurrentBackend() != nullptr) d.Fail("the store is open with no session");
+      if (test::QueryStoreFile(path_, "PRAGMA integrity_check") != std::vector<std::string>{"ok"}) {
+        d.Fail("the integrity check fails");
+      }
+      Forward(d);
       failures = d.Failures();
     }
+    test::RemoveDirectory(scratch);
     Report(failures);
     return failures;
   }
 
-  void RandomCalls(Driver& d, StoreDigest& store) {
-    const std::vector<Call>& calls = Calls();
-    int totalWeight = 0;
-    for (const Call& call : calls) totalWeight += call.weight;
-    uint64_t rows = store.Rows();
-    for (long number = 1; number <= calls_ && d.Failures() < kMostFailuresShown; ++number) {
-      int pick = static_cast<int>(d.Below(static_cast<uint32_t>(totalWeight)));
-      size_t index = 0;
-      while (pick >= calls[index].weight) pick -= calls[index++].weight;
-      const Call& call = calls[index];
-      d.BeginCall(number, call.name);
-
-      // Rebuilding takes any result, so an allocation failing in it proves
-      // nothing.
-      // The library allocates only what it hands out and its sessions, a few
-      // blocks a call: the k-th allocation is mostly one of the first.
-      const bool inject = d.Chance(6) && std::strcmp(call.name, "Rebuild") != 0;
-      if (inject) {
-        xo::frame::FailAllocationAt(static_cast<int>(1 + d.Below(d.Chance(70) ? 3 : 12)));
-      }
-      const int32_t rc = call.run(d);
-      const bool allocationFailed = inject && xo::frame::AllocationFailureHappened();
-      if (inject) ++injected_;
-      xo::frame::FailAllocationAt(0);
-
-      Tally& tally = tallies_[call.name];
-      ++tally.calls;
-      if (rc == XO_OK) ++tally.succeeded;
-      ++tally.codes[rc];
-      if (allocationFailed) ++allocationFailures_;
-      Check(d, rc, allocationFailed);
-      const uint64_t after = store.Rows();
-      if (rc != XO_OK && after != rows) {
-        d.Fail("the call failed with " + std::to_string(rc) + " but changed the store");
-      }
-      rows = after;
+ private:
+  void Forward(Driver& d) {
+    for (; forwarded_ < reported_.size(); ++forwarded_) {
+      d.Fail(reported_.GetTestPartResult(forwarded_).message());
     }
   }
 
-  void Check(Driver& d, int32_t rc, bool allocationFailed) {
-    if (!DefinedCode(rc)) d.Fail("undefined result code " + std::to_string(rc));
-    if (rc == XO_OK && d.BadHandle()) d.Fail("a handle that is no live session was accepted");
-    if (rc == XO_OK && d.NullPointer()) d.Fail("a null record or output pointer was accepted");
-    if (rc == XO_OK && allocationFailed) d.Fail("succeeded although an allocation failed");
-    if (!d.ForgedIntact()) d.Fail("the forged handle's memory was written");
+  // Every identifier the store has saved, but the logged-in administrator's,
+  // which stays as it is so that sessions can log in by its name.
+  void Harvest(Driver& d) {
+    d.Harvest(test::QueryStoreFile(
+        path_, "SELECT oid FROM xo_audit WHERE name <> 'sysadmin' GROUP BY oid ORDER BY MIN(seq)"));
   }
 
-  void Report(int failures) const {
+  // The prepared store's objects made again, mostly by their own names,
+  // taking whatever each step gives: deletions, renames and removals do not
+  // keep the deeper paths out of reach for long.
+  int32_t Rebuild(Driver& d) {
+    d.Tame(true);
+    const auto adds = [&](bool system) {
+      for (const test::CatalogCall& row : test::CatalogCalls()) {
+        if ((Starts(row.name, "Add") || Starts(row.name, "Create")) &&
+            (row.scope == test::RightsScope::System) == system) {
+          row.call(d.Main(), d);
+        }
+      }
+    };
+    adds(true);
+    // The directory of users as it was, made or rewritten.
+    OdbcQuerySchemeRecord queries = queries_;
+    Xo_PolicyApi_CreateODBCQueryScheme(d.Main(), &queries, 1);
+    UserDirRecord directory = directory_;
+    Xo_PolicyApi_CreateUserDir(d.Main(), &directory, 1);
+    Xo_PolicyApi_AddUserDirToDomain(d.Main(), "hr", "own");
+    adds(false);
+    adds(false);
+    d.Tame(false);
+    Harvest(d);
+    return XO_OK;
+  }
+
+  std::vector<Call> Calls(Driver& d) {
+    std::vector<Call> calls = {
+        {"Login", 2, [&] { return d.Login(); }},
+        {"Logout", 2, [&] { return d.Logout(d.Handle()); }},
+        {"SecondSession", 2, [&] { return d.Logout(d.Main()); }},
+        {"Rebuild", 2, [&] { return Rebuild(d); }},
+        {"FreeMemory(null)", 1, [] { return Xo_PolicyApi_FreeMemory(nullptr); }},
+        {"FreeStringArray(null)", 1, [] { return Xo_PolicyApi_FreeStringArray(nullptr); }},
+    };
+    for (const test::CatalogCall& row : test::CatalogCalls()) {
+      const int weight = Starts(row.name, "Add") || Starts(row.name, "Create") ? 6
+                         : Starts(row.name, "Get")                             ? 3
+                         : Starts(row.name, "Rename")                          ? 1
+                                                                               : 2;
+      calls.push_back({row.name, weight, [&d, &row] { return row.call(d.Handle(), d); }});
+    }
+    return calls;
+  }
+
+  void RandomCalls(Driver& d) {
+    const std::vector<Call> calls = Calls(d);
+    int totalWeight = 0;
+    for (const Call& call : calls) totalWeight += call.weight;
+    Commits commits(path_);
+    std::string rows = test::SnapshotStoreFile(path_);
+    commits.Since();
+    // Stops after the first twenty failures.
+    for (long number = 1; number <= calls_ && d.Failures() < 20; ++number) {
+      int pick = static_cast<int>(d.Below(totalWeight));
+      size_t index = 0;
+      while (pick >= calls[index].weight) pick -= calls[index++].weight;
+      const Call& call = calls[index];
+      d.BeginCall(number, call.name.c_str());
+
+      // Rebuilding takes any result, so an allocation failing in it proves
+      // nothing. The library allocates only what it hands out and its
+      // sessions, a few blocks a call: the k-th allocation is mostly one of
+      // the first.
+      const bool inject = d.Chance(6) && call.name != "Rebuild";
+      if (inject) xo::frame::FailAllocationAt(static_cast<int>(1 + d.Below(d.Chance(70) ? 3 : 12)));
+      const int32_t rc = call.run();
+      const bool allocationFailed = inject && xo::frame::AllocationFailureHappened();
+      xo::frame::FailAllocationAt(0);
+      injected_ += inject;
+      allocationFailures_ += allocationFailed;
+      ++codes_[call.name][rc];
+
+      if (!DefinedCode(rc)) d.Fail("undefined result code " + std::to_string(rc));
+      if (rc == XO_OK && d.BadHandle()) d.Fail("a handle that is no live session was accepted");
+      if (rc == XO_OK && d.NullPointer()) d.Fail("a null record or output pointer was accepted");
+      if (rc == XO_OK && allocationFailed) d.Fail("succeeded although an allocation failed");
+      if (!d.ForgedIntact()) d.Fail("the forged handle's memory was written");
+      Forward(d);
+      if (!commits.Since()) continue;
+      std::string after = test::SnapshotStoreFile(path_);
+      if (rc != XO_OK && after != rows) {
+        d.Fail("the call failed with " + std::to_string(rc) + " but changed the store");
+      }
+      rows = std::move(after);
+    }
+  }
+
+  void Report(int failures) {
     long succeeded = 0;
-    for (const auto& [name, tally] : tallies_) succeeded += tally.succeeded;
+    for (auto& [name, codes] : codes_) succeeded += codes[XO_OK];
     std::printf(
         "seed %u: %ld calls, %ld succeeded, %ld with a failed allocation (of %ld tried), "
         "%d failures\n",
         seed_, calls_, succeeded, allocationFailures_, injected_, failures);
     if (std::getenv("XO_FUZZ_VERBOSE") == nullptr) return;
-    for (const auto& [name, tally] : tallies_) {
-      std::printf("  %-26s %6ld calls %6ld succeeded:", name.c_str(), tally.calls, tally.succeeded);
-      for (const auto& [code, count] : tally.codes) std::printf(" %d x%ld", code, count);
+    for (const auto& [name, codes] : codes_) {
+      std::printf("  %-26s", name.c_str());
+      for (const auto& [code, count] : codes) std::printf(" %d x%ld", code, count);
       std::printf("\n");
     }
   }
 
   uint32_t seed_;
   long calls_;
+  std::string path_;
+  testing::TestPartResultArray reported_;
+  int forwarded_ = 0;
+  UserDirRecord directory_{};
+  OdbcQuerySchemeRecord queries_{};
   long allocationFailures_ = 0;
   long injected_ = 0;
-  std::map<std::string, Tally> tallies_;
+  std::map<std::string, std::map<int32_t, long>> codes_;  // the results of each call
 };
-
-int Usage() {
-  std::fprintf(stderr, "usage: xo_fuzz_api [--seed N] [--calls N] [--runs N]\n");
-  return 2;
-}
 
 }  // namespace
 }  // namespace xo::fuzz
 
 int main(int argc, char** argv) {
-  uint32_t seed = 1;
-  long calls = 2000;
-  long runs = 1;
-  for (int i = 1; i < argc; ++i) {
-    const std::string option = argv[i];
-    if (i + 1 >= argc) return xo::fuzz::Usage();
+  const std::string options[] = {"--seed", "--calls", "--runs"};
+  long values[] = {1, 2000, 1};
+  for (int i = 1; i < argc; i += 2) {
+    const auto option = std::find(std::begin(options), std::end(options), argv[i]);
     char* end = nullptr;
-    const unsigned long long value = std::strtoull(argv[++i], &end, 10);
-    if (end == argv[i] || *end != '\0') return xo::fuzz::Usage();
-    if (option == "--seed") {
-      seed = static_cast<uint32_t>(value);
-    } else if (option == "--calls") {
-      calls = static_cast<long>(value);
-    } else if (option == "--runs") {
-      runs = static_cast<long>(value);
-    } else {
-      return xo::fuzz::Usage();
+    if (option == std::end(options) || i + 1 == argc ||
+        (values[option - options] = std::strtol(argv[i + 1], &end, 10), *end != '\0')) {
+      std::fprintf(stderr, "usage: xo_fuzz_api [--seed N] [--calls N] [--runs N]\n");
+      return 2;
     }
   }
+  const auto [seed, calls, runs] = values;
   const auto start = std::chrono::steady_clock::now();
   int failures = 0;
   for (long run = 0; run < runs; ++run) {
-    failures += xo::fuzz::Run(seed + static_cast<uint32_t>(run), calls).Go();
+    failures += xo::fuzz::Run(static_cast<uint32_t>(seed + run), calls).Go();
   }
   const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
   std::printf("%ld run(s) in %.1f s, %d failure(s)\n", runs, took.count(), failures);

@@ -145,7 +145,7 @@ TEST_P(InterfaceSweep, EachAllocationFailingGivesMinusOneAndChangesNothing) {
 }
 
 // Hands out one bad value in place of the `target`-th argument it can spoil.
-enum class Spoil { NullName, LongName, NullRecord, UnterminatedField, NullOutput };
+enum class Spoil { NullName, LongName, UnknownName, NullRecord, UnterminatedField, NullOutput };
 class SpoiledArgs : public Args {
  public:
   SpoiledArgs(Spoil spoil, int target) : spoil_(spoil), target_(target) {}
@@ -153,9 +153,10 @@ class SpoiledArgs : public Args {
 
   const char* Name(Kind, const char* value) override {
     // An empty name stands for no name, as a null one does.
-    if ((spoil_ != Spoil::NullName && spoil_ != Spoil::LongName) || *value == '\0' || !Next()) {
-      return value;
-    }
+    const bool names =
+        spoil_ == Spoil::NullName || spoil_ == Spoil::LongName || spoil_ == Spoil::UnknownName;
+    if (!names || *value == '\0' || !Next()) return value;
+    if (spoil_ == Spoil::UnknownName) return "no-such-name";
     return spoil_ == Spoil::NullName ? nullptr : long_.c_str();
   }
   void* Record(void* record, size_t, const std::vector<size_t>& texts) override {
@@ -179,10 +180,10 @@ class SpoiledArgs : public Args {
 };
 
 TEST_P(InterfaceSweep, BadArgumentsAreRefusedAndChangeNothing) {
-  static const char* const kSpoils[] = {"NullName", "LongName", "NullRecord", "UnterminatedField",
-                                        "NullOutput"};
+  static const char* const kSpoils[] = {"NullName",   "LongName",          "UnknownName",
+                                        "NullRecord", "UnterminatedField", "NullOutput"};
   std::vector<std::string> seen;
-  for (int spoil = 0; spoil < 5; ++spoil) {
+  for (int spoil = 0; spoil < 6; ++spoil) {
     for (int target = 1;; ++target) {
       SpoiledArgs args(static_cast<Spoil>(spoil), target);
       const std::string before = Snapshot();

@@ -1,7 +1,8 @@
-// Agents, authentication schemes, ODBC query schemes and user directories,
-// the system objects found by name alone: adding and rewriting them, reading
-// them back, and deleting them by name. What the families share runs as one
-// typed suite.
+// The system objects found by name alone: domains, agents, schemes, ODBC query
+// schemes, user directories and administrators. Each kind's record read back
+// byte for byte; the life of a name (taken, rewritten, shared, deleted); the
+// objects a record names; the administrators' own rules; and the calls on the
+// system as a whole: management commands and renaming by identifier.
 #include <cstring>
 #include <string>
 #include <vector>
@@ -15,308 +16,218 @@
 namespace xo::test {
 namespace {
 
-using xo::store::kTextTooLong;
-using Answer = StoreAnswer;
-
-// A family's record and functions. Unless a family says otherwise, its
-// records are written back, not audited, and take two store calls to add and
-// three to update, read or delete, each failure giving the mapped code.
-template <class R, auto AddFn, auto GetFn, auto DeleteFn>
-struct Family {
-  using Record = R;
-  static Record Make(const std::string& name) {
-    Record record = Zeroed<Record>();
-    Put(record.name, name);
-    return record;
+// Every text of the record set, the description to the whole field, and
+// what the kind names set to objects the fixture makes.
+template <class R>
+R Full(const std::string& name) {
+  R record = Zeroed<R>();
+  record.recordType = 99;  // not read
+  const std::vector<size_t>& texts = TextFields<R>();
+  for (size_t i = 2; i < texts.size(); ++i) {
+    std::snprintf(reinterpret_cast<char*>(&record) + texts[i], XO_TEXT_FIELD, "text %zu", i);
   }
-  static int32_t Add(PolicyApiSession* h, Record* r, uint8_t update) { return AddFn(h, r, update); }
-  static int32_t Get(PolicyApiSession* h, const char* name, Record** list) {
-    return GetFn(h, name, list);
+  std::memset(record.description, 'd', XO_TEXT_FIELD - 1);
+  Put(record.name, name);
+  if constexpr (requires { record.agentInt; }) Put(record.agentTypeName, "RADIUS Agent");
+  if constexpr (requires { record.schemeFlag2; }) record.schemeFlag2 = 9;  // any non-zero is true
+  if constexpr (requires { record.querySchemeName; }) {
+    Put(record.directoryType, "ODBC:");
+    Put(record.querySchemeName, "queries");
   }
-  static int32_t Delete(PolicyApiSession* h, const char* name) { return DeleteFn(h, name); }
-  static constexpr bool kWritesId = true;
-  static constexpr int kAuditClass = 0;
-  static constexpr int kCalls[] = {2, 3, 3, 3};
-  // A failed look-up for the update is passed over.
-  static std::vector<Answer> AddAnswers() { return {{StoreOp::Search, 0, kAbsorbedFailure}}; }
-  static std::vector<Answer> GetAnswers() { return {}; }
-};
-
-struct Agents
-    : Family<AgentRecord, Xo_PolicyApi_AddAgent, Xo_PolicyApi_GetAgent, Xo_PolicyApi_DeleteAgent> {
-  static constexpr const char* kName = "Agents";
-  static constexpr const char* kBuiltIn = "test agent";  // serves every realm the store makes
-  static Record Make(const std::string& name, const std::string& type = "HTTP Agent") {
-    Record record = Family::Make(name);
-    Put(record.agentTypeName, type);
-    return record;
+  if constexpr (requires { record.adminFlags; }) {
+    Put(record.userDirName, "corporate");
+    Put(record.schemeName, "tokens");
+    record.adminFlags = XO_ADMIN_DOMAIN | XO_ADMIN_COMMAND(4);
   }
-  static void Overlong(Record& record) { Unterminated(record.name, 'n'); }
-  // A failed look-up of the agent type is reported; an agent type that cannot
-  // be read leaves the type name empty.
-  static constexpr int kCalls[] = {3, 4, 4, 3};
-  static std::vector<Answer> AddAnswers() {
-    return {{StoreOp::Search, 1, XO_ERR_AGENT_TYPE_SEARCH}, {StoreOp::Search, 0, kAbsorbedFailure}};
-  }
-  static std::vector<Answer> GetAnswers() { return {{StoreOp::Fetch, 2, XO_OK}}; }
-};
+  return record;
+}
 
-struct Schemes : Family<SchemeRecord, Xo_PolicyApi_AddScheme, Xo_PolicyApi_GetScheme,
-                        Xo_PolicyApi_DeleteScheme> {
-  static constexpr const char* kName = "Schemes";
-  static constexpr const char* kBuiltIn = "Basic";  // protects every realm the store makes
-  static void Overlong(Record& record) { Unterminated(record.schemeString3, 't'); }
-};
+// The record an Add or Create function takes.
+template <class R>
+R RecordOf(int32_t (*)(PolicyApiSession*, R*, uint8_t));
 
-// The query scheme and the directory records are never written back.
-struct QuerySchemes : Family<OdbcQuerySchemeRecord, Xo_PolicyApi_CreateODBCQueryScheme,
-                             Xo_PolicyApi_GetODBCQueryScheme, Xo_PolicyApi_DeleteODBCQueryScheme> {
-  static constexpr const char* kName = "OdbcQuerySchemes";
-  static void Overlong(Record& record) { Unterminated(record.query[3]); }
-  static constexpr bool kWritesId = false;
-  static constexpr int kAuditClass = 19;
-};
-
-struct Directories : Family<UserDirRecord, Xo_PolicyApi_CreateUserDir, Xo_PolicyApi_GetUserDir,
-                            Xo_PolicyApi_DeleteUserDir> {
-  static constexpr const char* kName = "UserDirectories";
-  static Record Make(const std::string& name) {
-    Record record = Family::Make(name);
-    Put(record.directoryType, "LDAP:");
-    return record;
-  }
-  static void Overlong(Record& record) { Unterminated(record.string7); }
-  static constexpr bool kWritesId = false;
-  static constexpr int kAuditClass = 14;
-};
-
-template <class Family>
-class SystemObjectsTest : public ApiTest {
+// The domain "sales" and what the records here name: the query scheme
+// "queries", the directory "corporate" and the scheme "tokens".
+class SystemObjectsTest : public SalesApiTest {
  protected:
-  using Record = typename Family::Record;
-  CXoObjId Add(const std::string& name, uint8_t update = 0) {
-    Record record = Family::Make(name);
-    EXPECT_EQ(Family::Add(handle_, &record, update), 0);
-    const std::vector<Record> found = Get(name.c_str());
-    return found.empty() ? CXoObjId() : CXoObjId(std::string(found.back().objectId));
-  }
-  int32_t Get(PolicyApiSession* handle, const char* name, std::vector<Record>& out) {
-    return CallGet([&](Record** list) { return Family::Get(handle, name, list); }, out);
-  }
-  std::vector<Record> Get(const char* name) {
-    std::vector<Record> found;
-    EXPECT_EQ(Get(handle_, name, found), 0);
-    return found;
+  void SetUp() override {
+    SalesApiTest::SetUp();
+    Store().OdbcQuery("queries");
+    Store().UserDirectory("corporate");
+    Store().Scheme("tokens");
   }
 };
 
-struct FamilyName {
-  template <class Family>
-  static std::string GetName(int) {
-    return Family::kName;
+TEST_F(SystemObjectsTest, RecordsReadBackAndNamesAreTakenRewrittenSharedAndDeleted) {
+  const auto check = [&](auto add, auto get, auto remove) {
+    using R = decltype(RecordOf(add));
+    R record = Full<R>("front");
+    SCOPED_TRACE(RecordTag<R>());
+    const auto read = [&](const char* name) {
+      std::vector<R> found;
+      EXPECT_EQ(CallGet([&](R** list) { return get(handle_, name, list); }, found), 0);
+      return found;
+    };
+    const auto ids = [&](const char* name) {
+      std::vector<std::string> ids;
+      for (const R& found : read(name)) ids.push_back(found.objectId);
+      return ids;
+    };
+    // Directories and query schemes leave the record as it was given.
+    constexpr bool writesId =
+        !std::is_same_v<R, UserDirRecord> && !std::is_same_v<R, OdbcQuerySchemeRecord>;
+    std::memset(record.objectId, 'x', sizeof record.objectId);
+    const R given = record;
+    ASSERT_EQ(add(handle_, &record, 0), 0);
+    const std::vector<R> found = read("front");
+    ASSERT_EQ(found.size(), 1u);
+    const std::string first = found[0].objectId;
+    if (writesId) {
+      EXPECT_EQ(record.objectId, first);
+      std::memcpy(record.objectId, given.objectId, sizeof record.objectId);
+    }
+    EXPECT_TRUE(SameBytes(record, given)) << "the record was written";
+    R expected = given;
+    expected.recordType = RecordTag<R>();
+    Put(expected.objectId, first);
+    if constexpr (requires { expected.schemeFlag2; }) expected.schemeFlag2 = 1;
+    if constexpr (requires { expected.adminText; }) {  // the password is kept as a hash
+      std::memcpy(expected.adminText, found[0].adminText, sizeof expected.adminText);
+    }
+    EXPECT_TRUE(SameBytes(found[0], expected));
+
+    // A taken name is refused; with the update flag the object is rewritten.
+    Put(record.description, "changed");
+    EXPECT_EQ(add(handle_, &record, 0), Mapped(xo::store::kNameTaken));
+    ASSERT_EQ(add(handle_, &record, 1), 0);
+    const std::string written(record.objectId, first.size());
+    EXPECT_EQ(written, writesId ? first : std::string(first.size(), 'x'));
+    EXPECT_EQ(ids("front"), std::vector<std::string>{first});
+    EXPECT_STREQ(read("front")[0].description, "changed");
+    Put(record.name, "other");  // a name no object has is created
+    ASSERT_EQ(add(handle_, &record, 1), 0);
+    // Every object of a name is read, in creation order, and deleted; a
+    // domain's name must name one domain.
+    const std::string second = Duplicate(CXoObjId(first)).GetOidString();
+    EXPECT_EQ(ids("front"), (std::vector<std::string>{first, second}));
+    const bool resolves = std::is_same_v<R, DomainRecord>;
+    EXPECT_EQ(remove(handle_, "unknown"), resolves ? XO_ERR_GENERAL : XO_OK);
+    EXPECT_EQ(remove(handle_, "front"), resolves ? XO_ERR_GENERAL : XO_OK);
+    EXPECT_EQ(ids("front").size(), resolves ? 2u : 0u);
+    EXPECT_EQ(remove(handle_, "other"), 0);
+    EXPECT_TRUE(ids("other").empty());
+  };
+  check(Xo_PolicyApi_AddDomain, Xo_PolicyApi_GetDomain, Xo_PolicyApi_DeleteDomain);
+  check(Xo_PolicyApi_AddAgent, Xo_PolicyApi_GetAgent, Xo_PolicyApi_DeleteAgent);
+  check(Xo_PolicyApi_AddScheme, Xo_PolicyApi_GetScheme, Xo_PolicyApi_DeleteScheme);
+  check(Xo_PolicyApi_CreateODBCQueryScheme, Xo_PolicyApi_GetODBCQueryScheme,
+        Xo_PolicyApi_DeleteODBCQueryScheme);
+  check(Xo_PolicyApi_CreateUserDir, Xo_PolicyApi_GetUserDir, Xo_PolicyApi_DeleteUserDir);
+  check(Xo_PolicyApi_AddAdmin, Xo_PolicyApi_GetAdmin, Xo_PolicyApi_DeleteAdmin);
+}
+
+// An ODBC directory names its query scheme, an administrator the directory
+// and scheme it logs in with; administrators manage domains, and one of them
+// must be a system administrator who logs in with a password.
+TEST_F(SystemObjectsTest, NamedObjectsMustBeFoundOnceAndTheLastSystemAdministratorStays) {
+  Duplicate(Store().OdbcQuery("twin"));
+  const auto directory = [&](const char* type, const char* scheme) {
+    UserDirRecord record = Full<UserDirRecord>(type);
+    Put(record.directoryType, type);
+    Put(record.querySchemeName, scheme);
+    return Xo_PolicyApi_CreateUserDir(handle_, &record, 0);
+  };
+  const auto admin = [&](const char* dir, const char* scheme) {
+    AdminRecord record = Full<AdminRecord>(std::string(dir) + "+" + scheme);
+    Put(record.userDirName, dir);
+    Put(record.schemeName, scheme);
+    return Xo_PolicyApi_AddAdmin(handle_, &record, 0);
+  };
+  EXPECT_EQ(directory("ODBC:", ""), XO_ERR_EMPTY_NAME);
+  EXPECT_EQ(directory("ODBC:", "twin"), XO_ERR_GENERAL);
+  Faults().FailAt(StoreOp::Search, 1, kBusyCode);
+  EXPECT_EQ(directory("ODBC:", "queries"), XO_ERR_ODBC_QUERY_SEARCH);
+  // Any other directory type ignores the query scheme's name, and an
+  // administrator with only one of its two names is bound to no directory.
+  for (const char* type : {"odbc:", "ODBC: ", " ODBC:", "ODBC", "LDAP:"}) {
+    EXPECT_EQ(directory(type, "unknown"), 0) << type;
   }
-};
-using Families = ::testing::Types<Agents, Schemes, QuerySchemes, Directories>;
-TYPED_TEST_SUITE(SystemObjectsTest, Families, FamilyName);
-// Agents and schemes come built in, and realms use them.
-template <class Family>
-class BuiltInObjectsTest : public SystemObjectsTest<Family> {};
-using BuiltIns = ::testing::Types<Agents, Schemes>;
-TYPED_TEST_SUITE(BuiltInObjectsTest, BuiltIns, FamilyName);
+  EXPECT_EQ(admin("unknown", ""), 0);
+  EXPECT_EQ(admin("", "unknown"), 0);
 
-TYPED_TEST(SystemObjectsTest, UpdateRewritesAndDeleteTakesEveryObjectOfTheName) {
-  using Family = TypeParam;
-  const CXoObjId first = this->Add("front");
-  auto record = Family::Make("front");
-  Put(record.description, "changed");
-  if constexpr (requires { record.directoryType; }) Put(record.directoryType, "AD:");
-  ASSERT_EQ(Family::Add(this->handle_, &record, 1), 0);
-  EXPECT_EQ(std::string(record.objectId), Family::kWritesId ? first.GetOidString() : "");
-  // Without the flag a taken name is refused and the record left alone.
-  std::memset(record.objectId, 'x', sizeof record.objectId);
-  const auto before = record;
-  EXPECT_EQ(Family::Add(this->handle_, &record, 0), Mapped(xo::store::kNameTaken));
-  EXPECT_TRUE(SameBytes(record, before));
-  this->Add("other", 1);  // a new name with the flag is simply created
+  // An update keeps the domains an administrator manages, and the password
+  // read back.
+  const CXoObjId dana = Store().Admin("dana", "dana's password", XO_ADMIN_DOMAIN);
+  ASSERT_EQ(Xo_PolicyApi_AddAdminToDomain(handle_, "dana", "sales"), 0);
+  AdminRecord* list = nullptr;
+  ASSERT_EQ(Xo_PolicyApi_GetAdmin(handle_, "dana", &list), 0);
+  ASSERT_EQ(Xo_PolicyApi_AddAdmin(handle_, list, 1), 0);
+  Xo_PolicyApi_FreeMemory(list);
+  CXoObjAdmin stored;
+  ASSERT_TRUE(Store().Load(dana, stored));
+  EXPECT_EQ(stored.GetDomains(), CXoObjIdArray{sales_});
+  PolicyApiSession* session = nullptr;
+  EXPECT_EQ(Login("dana", "dana's password", &session), 0);
 
-  const CXoObjId second = this->Duplicate(first);
-  auto found = this->Get("front");
-  ASSERT_EQ(found.size(), 2u);
-  EXPECT_EQ(found[0].objectId, first.GetOidString());
-  EXPECT_EQ(found[1].objectId, second.GetOidString());
-  auto expected = record;
-  Put(expected.objectId, first.GetOidString());
-  expected.recordType = found[0].recordType;
-  EXPECT_TRUE(SameBytes(found[0], expected)) << "the update rewrites every field";
-
-  EXPECT_EQ(Family::Delete(this->handle_, "front"), 0);
-  EXPECT_EQ(Family::Delete(this->handle_, "front"), 0);
-  EXPECT_TRUE(this->Get("front").empty());
-  EXPECT_TRUE(this->Get("unknown").empty());
-  EXPECT_EQ(this->Get("other").size(), 1u);
-  if (Family::kAuditClass != 0) {
-    EXPECT_EQ(QueryStoreFile(this->StorePath(),
-                             "SELECT admin, operation, name FROM xo_audit WHERE class = " +
-                                 std::to_string(Family::kAuditClass) + " ORDER BY seq"),
-              (std::vector<std::string>{"sysadmin|create|front", "sysadmin|update|front",
-                                        "sysadmin|create|other", "sysadmin|delete|front",
-                                        "sysadmin|delete|front"}));
+  // The last system administrator who logs in with a password cannot go.
+  ASSERT_EQ(Xo_PolicyApi_GetAdmin(handle_, kAdmin, &list), 0);
+  const AdminRecord self = Collect(list)[0];
+  AdminRecord demoted = self, bound = Full<AdminRecord>(kAdmin);
+  demoted.adminFlags = XO_ADMIN_DOMAIN;
+  bound.adminFlags = XO_ADMIN_SYSTEM;
+  EXPECT_EQ(Xo_PolicyApi_DeleteAdmin(handle_, kAdmin), XO_ERR_GENERAL);
+  for (AdminRecord change : {demoted, bound}) {
+    EXPECT_EQ(Xo_PolicyApi_AddAdmin(handle_, &change, 1), XO_ERR_GENERAL);
   }
+
+  // One who logs in through a directory, which may be unreachable, does not
+  // count; one with a password does, and then either may go, but not both.
+  Put(bound.name, "directory-root");
+  ASSERT_EQ(Xo_PolicyApi_AddAdmin(handle_, &bound, 0), 0);
+  EXPECT_EQ(Xo_PolicyApi_DeleteAdmin(handle_, kAdmin), XO_ERR_GENERAL);
+  Store().Admin("backup", "pw", XO_ADMIN_SYSTEM);
+  EXPECT_EQ(Xo_PolicyApi_AddAdmin(handle_, &demoted, 1), 0);
+  PolicyApiSession* backup = nullptr;
+  ASSERT_EQ(Login("backup", "pw", &backup), 0);
+  EXPECT_EQ(Xo_PolicyApi_DeleteAdmin(backup, "backup"), XO_ERR_GENERAL);
+  EXPECT_EQ(Xo_PolicyApi_DeleteAdmin(backup, kAdmin), 0);
 }
 
-TYPED_TEST(BuiltInObjectsTest, OneThatARealmUsesIsKept) {
-  this->Store().Realm(this->Store().Domain("sales"), "web");
-  const std::string before = this->Snapshot();
-  EXPECT_EQ(TypeParam::Delete(this->handle_, TypeParam::kBuiltIn), Mapped(xo::store::kInUse));
-  EXPECT_EQ(this->Snapshot(), before);
-  ASSERT_EQ(Xo_PolicyApi_DeleteRealm(this->handle_, "web", "sales"), 0);
-  EXPECT_EQ(TypeParam::Delete(this->handle_, TypeParam::kBuiltIn), 0);
-}
-
-TYPED_TEST(SystemObjectsTest, BadInputAndRights) {
-  using Family = TypeParam;
-  PolicyApiSession* h = this->handle_;
-  PolicyApiSession* domainAdmin = this->LoginAs("dana", XO_ADMIN_DOMAIN);
-  this->Add("front");
-  const std::string before = this->Snapshot();
-  const std::string longName(2000, 'x');
-  auto record = Family::Make("new");
-  Family::Overlong(record);
-  EXPECT_EQ(Family::Add(h, &record, 1), Mapped(kTextTooLong));
-  EXPECT_EQ(Family::Add(h, nullptr, 0), XO_ERR_GENERAL);
-  EXPECT_EQ(Family::Get(h, "front", nullptr), XO_ERR_GENERAL);
-  std::vector<typename Family::Record> found;
-  EXPECT_EQ(this->Get(h, longName.c_str(), found), Mapped(kTextTooLong));
-  EXPECT_EQ(this->Get(h, nullptr, found), 0);
-  EXPECT_TRUE(found.empty());
-  EXPECT_EQ(Family::Delete(h, longName.c_str()), Mapped(kTextTooLong));
-
-  // System objects: a domain administrator may not touch them.
-  record = Family::Make("new");
-  EXPECT_EQ(Family::Add(domainAdmin, &record, 0), XO_ERR_GENERAL);
-  EXPECT_EQ(this->Get(domainAdmin, "front", found), XO_ERR_GENERAL);
-  EXPECT_EQ(Family::Delete(domainAdmin, "front"), XO_ERR_GENERAL);
-  EXPECT_EQ(record.objectId[0], '\0');
-  EXPECT_EQ(this->Snapshot(), before);
-}
-
-TYPED_TEST(SystemObjectsTest, StoreAndAllocationFailuresAreReportedAndChangeNothing) {
-  using Family = TypeParam;
-  auto record = Family::Make("front");
-  for (uint8_t update : {0, 1}) {
-    EXPECT_EQ(this->SweepBusy([&] { return Family::Add(this->handle_, &record, update); },
-                              Family::AddAnswers()),
-              Family::kCalls[update]);
+// Management commands, each of which needs its own right, and renaming by
+// identifier, which needs an object with a name.
+TEST_F(SystemObjectsTest, CommandNumbersBecomeServerCommandsAndNamedObjectsAreRenamed) {
+  const auto command = [](PolicyApiSession* h, int32_t number, const char* argument) {
+    ManagementCommandRecord record{number, {}};
+    std::strcpy(record.argument, argument);
+    return Xo_PolicyApi_ManagementCommand(h, &record);
+  };
+  const auto stored = [&](const std::string& columns) {
+    return QueryStoreFile(StorePath(), "SELECT " + columns + " FROM server_command ORDER BY seq");
+  };
+  for (const char* argument : {"1", "2", "3", "4", "5"}) {
+    EXPECT_EQ(command(handle_, std::atoi(argument), argument), 0);
   }
-  std::vector<typename Family::Record> found;
-  EXPECT_EQ(this->SweepBusy([&] { return this->Get(this->handle_, "front", found); },
-                            Family::GetAnswers()),
-            Family::kCalls[2]);
-  EXPECT_EQ(this->SweepBusy([&] { return Family::Delete(this->handle_, "front"); }),
-            Family::kCalls[3]);
-
-  this->Duplicate(this->Add("front"));
-  EXPECT_EQ(this->template SweepListAllocations<typename Family::Record>(
-                [&](auto** list) { return Family::Get(this->handle_, "front", list); }),
-            2);
-}
-
-using AgentsTest = SystemObjectsTest<Agents>;
-using SchemesTest = SystemObjectsTest<Schemes>;
-
-TEST_F(AgentsTest, AddedAgentReadsBackByteForByte) {
-  AgentRecord record = Agents::Make("gateway", "RADIUS Agent");
-  record.recordType = 99;  // not read
-  Put(record.description, "the front door");
-  Put(record.agentString1, "10.0.0.1");
-  std::memset(record.agentString2, 's', XO_TEXT_FIELD - 1);
-  record.agentInt = -42;
-  ASSERT_EQ(Xo_PolicyApi_AddAgent(handle_, &record, 0), 0);
-  CXoObjDevice stored;
-  ASSERT_TRUE(Store().Load(CXoObjId(std::string(record.objectId)), stored));
-  EXPECT_EQ(stored.GetAgentTypeOid(), WellKnownObjectId16B);
-
-  AgentRecord expected = record;
-  expected.recordType = AgentRecordType;
-  const std::vector<AgentRecord> found = Get("gateway");
-  ASSERT_EQ(found.size(), 1u);
-  ExpectRecord(found[0], expected, XoObjId_Device);
-  Duplicate(CXoObjId(std::string(record.objectId)));
-  EXPECT_STREQ(Get("gateway")[1].agentTypeName, "RADIUS Agent");
-}
-
-TEST_F(AgentsTest, TheAgentTypeMustNameOneTypeAndReadsEmptyWhenUnreadable) {
-  const std::string before = Snapshot();
-  AgentRecord record = Agents::Make("new", "");
-  EXPECT_EQ(Xo_PolicyApi_AddAgent(handle_, &record, 0), XO_ERR_EMPTY_NAME);
-  Put(record.agentTypeName, "Telnet Agent");
-  EXPECT_EQ(Xo_PolicyApi_AddAgent(handle_, &record, 0), XO_ERR_GENERAL);
-  Unterminated(record.agentTypeName, 't');
-  EXPECT_EQ(Xo_PolicyApi_AddAgent(handle_, &record, 0), XO_ERR_AGENT_TYPE_SEARCH);
-  EXPECT_EQ(Snapshot(), before);
-
-  Add("gateway");
-  Faults().FailAt(StoreOp::Fetch, 2, xo::store::kBusy);
-  const std::vector<AgentRecord> found = Get("gateway");
-  ASSERT_EQ(found.size(), 1u);
-  EXPECT_STREQ(found[0].agentTypeName, "");
-}
-
-TEST_F(SchemesTest, AddedSchemeReadsBackByteForByteAndBasicIsBuiltIn) {
-  SchemeRecord record = Schemes::Make("forms");
-  record.recordType = 99;  // not read
-  Put(record.description, "a login page");
-  record.schemeInt1 = 7;
-  Put(record.schemeString1, "/login");
-  std::memset(record.schemeString2, 's', XO_TEXT_FIELD - 1);
-  Put(record.schemeString3, "ldap");
-  record.schemeFlag1 = 1;
-  record.schemeFlag2 = 9;  // any non-zero byte is true
-  record.schemeInt2 = -1;
-  record.schemeFlag4 = 1;
-  ASSERT_EQ(Xo_PolicyApi_AddScheme(handle_, &record, 0), 0);
-
-  // Padding included: every byte not written is zero.
-  SchemeRecord expected = record;
-  expected.recordType = SchemeRecordType;
-  expected.schemeFlag2 = 1;
-  std::vector<SchemeRecord> found = Get("forms");
-  ASSERT_EQ(found.size(), 1u);
-  ExpectRecord(found[0], expected, XoObjId_Scheme);
-
-  found = Get("Basic");
-  ASSERT_EQ(found.size(), 1u);
-  EXPECT_EQ(found[0].objectId, WellKnownObjectId13.GetOidString());
-}
-
-using QuerySchemesTest = SystemObjectsTest<QuerySchemes>;
-
-TEST_F(QuerySchemesTest, CreatedSchemeReadsBackByteForByteAndTheRecordIsNotWritten) {
-  OdbcQuerySchemeRecord record = QuerySchemes::Make("users db");
-  Put(record.description, "the HR database");
-  for (int i = 0; i < 15; ++i) {
-    std::snprintf(record.query[i], sizeof record.query[i], "SELECT %d FROM users WHERE name = ?",
-                  i);
+  EXPECT_EQ(stored("command, argument"),
+            (std::vector<std::string>{"1|1", "2|2", "3|3", "8|4", "9|5"}));
+  // Numbers out of range are refused before the rights are asked.
+  Faults().StartRecording();
+  for (int32_t number : {0, 6, -1, 8}) EXPECT_EQ(command(handle_, number, ""), XO_ERR_GENERAL);
+  EXPECT_TRUE(Faults().Recorded().empty());
+  PolicyApiSession* flusher = LoginAs("operator", XO_ADMIN_COMMAND(8));
+  for (int32_t number = 1; number <= 5; ++number) {
+    EXPECT_EQ(command(flusher, number, ""), number == 4 ? 0 : XO_ERR_GENERAL) << number;
   }
-  std::memset(record.query[14], 'q', 1023);
-  ExpectAddedAsGiven(
-      record, [&](auto* r) { return Xo_PolicyApi_CreateODBCQueryScheme(handle_, r, 0); },
-      [&](auto** list) { return Xo_PolicyApi_GetODBCQueryScheme(handle_, "users db", list); },
-      OdbcQuerySchemeRecordType, XoObjId_ODBCQuery);
-  record = QuerySchemes::Make("");
-  EXPECT_EQ(Xo_PolicyApi_CreateODBCQueryScheme(handle_, &record, 0),
-            Mapped(xo::store::kNameRequired));
-}
 
-TEST_F(QuerySchemesTest, DeletingASchemeThatADirectoryNamesIsNotRefused) {
-  const CXoObjId scheme = Store().OdbcQuery("hr");
-  CXoObjUserDirectory directory("hr users", "", "ODBC:", "", "", "", "", "", "", 0, 0, 0, false,
-                                false, "", "", scheme, "", "", "", "", "");
-  const CXoObjId directoryId = Store().Save(directory);
-  EXPECT_EQ(Xo_PolicyApi_DeleteODBCQueryScheme(handle_, "hr"), 0);
-  EXPECT_FALSE(Store().Exists(scheme));
-  ASSERT_TRUE(Store().Load(directoryId, directory));
-  EXPECT_TRUE(directory.GetQuerySchemeOid().IsOidNull());
+  const CXoObjId rule = Store().Rule(sales_, Store().Realm(sales_, "web"), "get");
+  ASSERT_EQ(Xo_PolicyApi_RenameObject(handle_, rule.GetOidString().c_str(), "fetch"), 0);
+  CXoObjRule renamed;
+  ASSERT_TRUE(Store().Load(rule, renamed));
+  EXPECT_EQ(renamed.GetName(), "fetch");
+  EXPECT_EQ(Xo_PolicyApi_RenameObject(handle_, stored("oid")[0].c_str(), "x"), XO_ERR_GENERAL);
+  // An identifier of no known class is refused before the handle is looked at.
+  for (const char* oid : {"", "not an id", "ff-1234", "zz-0000"}) {
+    EXPECT_EQ(Xo_PolicyApi_RenameObject(nullptr, oid, "x"), XO_ERR_GENERAL) << oid;
+  }
 }
 
 }  // namespace

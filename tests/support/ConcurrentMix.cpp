@@ -65,29 +65,29 @@ class MixWorker {
       const std::string directory = "dir-" + Worker(process_, thread_, i);
       const std::string rule = "rule-" + Worker(process_, thread_, i);
       const bool dropLater = i % 3 == 1;
-      Change("AddToGroup " + agent, out_.groupMembers, agent, true,
+      Change("AddToGroup " + agent, out_.lists["group"], agent, true,
              Xo_PolicyApi_AddToGroup(h, XO_GROUP_AGENT, MixNames::kGroup, agent.c_str(), "", ""));
-      Change("AddAdminToDomain " + admin, out_.domainAdmins, admin, true,
+      Change("AddAdminToDomain " + admin, out_.lists["admin"], admin, true,
              Xo_PolicyApi_AddAdminToDomain(h, admin.c_str(), MixNames::kDomain));
-      Change("AddUserDirToDomain " + directory, out_.domainDirectories, directory, true,
+      Change("AddUserDirToDomain " + directory, out_.lists["directory"], directory, true,
              Xo_PolicyApi_AddUserDirToDomain(h, directory.c_str(), MixNames::kDomain));
       RuleRecord record{};
       Put(record.name, rule);
       Put(record.realmName, MixNames::kRealm);
-      Change("AddRule " + rule, out_.rules, rule, true,
+      Change("AddRule " + rule, out_.lists["rule"], rule, true,
              Xo_PolicyApi_AddRule(h, MixNames::kDomain, &record, 0));
       if (!dropLater) continue;
-      if (out_.groupMembers.count(agent)) {
-        Change("RemoveFromGroup " + agent, out_.groupMembers, agent, false,
+      if (out_.lists["group"].count(agent)) {
+        Change("RemoveFromGroup " + agent, out_.lists["group"], agent, false,
                Xo_PolicyApi_RemoveFromGroup(h, XO_GROUP_AGENT, MixNames::kGroup, agent.c_str(), "",
                                             ""));
       }
-      if (out_.domainAdmins.count(admin)) {
-        Change("RemoveAdminFromDomain " + admin, out_.domainAdmins, admin, false,
+      if (out_.lists["admin"].count(admin)) {
+        Change("RemoveAdminFromDomain " + admin, out_.lists["admin"], admin, false,
                Xo_PolicyApi_RemoveAdminFromDomain(h, admin.c_str(), MixNames::kDomain));
       }
-      if (out_.domainDirectories.count(directory)) {
-        Change("RemoveUserDirFromDomain " + directory, out_.domainDirectories, directory, false,
+      if (out_.lists["directory"].count(directory)) {
+        Change("RemoveUserDirFromDomain " + directory, out_.lists["directory"], directory, false,
                Xo_PolicyApi_RemoveUserDirFromDomain(h, directory.c_str(), MixNames::kDomain));
       }
     }
@@ -146,13 +146,8 @@ void WriteOutcome(const std::string& file, const MixOutcome& o) {
   out << "calls\t" << o.calls << "\nacknowledged\t" << o.acknowledged << "\nbusy\t" << o.busy
       << "\nseconds\t" << o.seconds << '\n';
   for (const std::string& line : o.unexpected) out << "unexpected\t" << line << '\n';
-  const std::pair<const char*, const std::set<std::string>*> lists[] = {
-      {"group", &o.groupMembers},
-      {"admin", &o.domainAdmins},
-      {"directory", &o.domainDirectories},
-      {"rule", &o.rules}};
-  for (const auto& [key, list] : lists) {
-    for (const std::string& name : *list) out << key << '\t' << name << '\n';
+  for (const auto& [list, names] : o.lists) {
+    for (const std::string& name : names) out << list << '\t' << name << '\n';
   }
 }
 
@@ -160,20 +155,21 @@ MixOutcome ReadOutcome(const std::string& file) {
   std::ifstream in(file);
   if (!in) throw std::runtime_error("no outcome in " + file);
   MixOutcome o;
-  std::string line;
-  while (std::getline(in, line)) {
+  for (std::string line; std::getline(in, line);) {
     const size_t tab = line.find('\t');
-    const std::string key = line.substr(0, tab);
-    const std::string value = line.substr(tab + 1);
-    if (key == "calls") o.calls = std::stoi(value);
-    if (key == "acknowledged") o.acknowledged = std::stoi(value);
-    if (key == "busy") o.busy = std::stoi(value);
-    if (key == "seconds") o.seconds = std::stod(value);
-    if (key == "unexpected") o.unexpected.push_back(value);
-    if (key == "group") o.groupMembers.insert(value);
-    if (key == "admin") o.domainAdmins.insert(value);
-    if (key == "directory") o.domainDirectories.insert(value);
-    if (key == "rule") o.rules.insert(value);
+    const std::string key = line.substr(0, tab), value = line.substr(tab + 1);
+    if (key == "calls")
+      o.calls = std::stoi(value);
+    else if (key == "acknowledged")
+      o.acknowledged = std::stoi(value);
+    else if (key == "busy")
+      o.busy = std::stoi(value);
+    else if (key == "seconds")
+      o.seconds = std::stod(value);
+    else if (key == "unexpected")
+      o.unexpected.push_back(value);
+    else
+      o.lists[key].insert(value);
   }
   return o;
 }
@@ -197,10 +193,7 @@ void MixOutcome::Add(const MixOutcome& other) {
   busy += other.busy;
   seconds = std::max(seconds, other.seconds);
   unexpected.insert(unexpected.end(), other.unexpected.begin(), other.unexpected.end());
-  groupMembers.insert(other.groupMembers.begin(), other.groupMembers.end());
-  domainAdmins.insert(other.domainAdmins.begin(), other.domainAdmins.end());
-  domainDirectories.insert(other.domainDirectories.begin(), other.domainDirectories.end());
-  rules.insert(other.rules.begin(), other.rules.end());
+  for (const auto& [list, names] : other.lists) lists[list].insert(names.begin(), names.end());
 }
 
 void PrepareMixStore(const std::string& path, const MixPlan& plan) {
@@ -294,15 +287,15 @@ MixOutcome ReadMixStore(const std::string& path) {
     Require(rc, what);
     return Distinct(list, what, out);
   };
-  out.groupMembers = read(
+  out.lists["group"] = read(
       "the group", Xo_PolicyApi_GetGroupNames(h, XO_GROUP_AGENT, MixNames::kGroup, "", &names));
-  out.domainAdmins = read(
+  out.lists["admin"] = read(
       "the administrators",
       Xo_PolicyApi_GetDomainObjectNames(h, MixNames::kDomain, XO_DOMAIN_ADMINISTRATORS, &names));
-  out.domainDirectories =
+  out.lists["directory"] =
       read("the search order", Xo_PolicyApi_GetUserDirSearchOrder(h, MixNames::kDomain, &names));
-  out.rules = read("the rules", Xo_PolicyApi_GetDomainObjectNames(h, MixNames::kDomain,
-                                                                  XO_DOMAIN_RULES, &names));
+  out.lists["rule"] = read("the rules", Xo_PolicyApi_GetDomainObjectNames(h, MixNames::kDomain,
+                                                                          XO_DOMAIN_RULES, &names));
   Xo_PolicyApi_Logout(h);
   return out;
 }

@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -33,8 +34,9 @@ struct MixOutcome {
   int busy = 0;  // answered with the store's busy code (-107)
   // Calls that answered anything else: "AddToGroup agent-0-1-2 -> -1".
   std::vector<std::string> unexpected;
-  // What the acknowledged calls leave in each list.
-  std::set<std::string> groupMembers, domainAdmins, domainDirectories, rules;
+  // What the acknowledged calls leave in each list: "group" (the agent
+  // group's members), "admin" and "directory" (the domain's lists), "rule".
+  std::map<std::string, std::set<std::string>> lists;
   double seconds = 0;
 
   void Add(const MixOutcome& other);

@@ -109,12 +109,6 @@ void Put(char (&field)[N], const std::string& text) {
   std::memcpy(field, text.data(), std::min(text.size(), N));
 }
 
-// A field holding `fill` in every byte, without a terminator.
-template <size_t N>
-void Unterminated(char (&field)[N], char fill = 'u') {
-  std::memset(field, fill, N);
-}
-
 // The records of a returned list, copied byte for byte with their next
 // pointers cleared; the list is freed.
 template <class Record>
@@ -153,26 +147,6 @@ void ExpectRecord(const Record& returned, Record expected, XoObjId_Class cls,
   EXPECT_EQ(CXoObjId::ClassOf(returned.objectId), cls) << what;
   if (expected.objectId[0] == '\0') Put(expected.objectId, returned.objectId);
   EXPECT_TRUE(SameBytes(returned, expected)) << what;
-}
-
-// For Add functions that write nothing back: adds `record` (given an
-// identifier of 'x's) through `add`, expects the record untouched, and the one
-// object `get` reads back to be the record with its type and a new identifier.
-template <class Record, class Add, class Get>
-void ExpectAddedAsGiven(Record record, Add&& add, Get&& get, int32_t recordType,
-                        XoObjId_Class cls) {
-  std::memset(record.objectId, 'x', sizeof record.objectId);
-  const Record given = record;
-  ASSERT_EQ(add(&record), 0);
-  EXPECT_TRUE(SameBytes(record, given)) << "the record was written back";
-  Record* list = nullptr;
-  ASSERT_EQ(get(&list), 0);
-  const std::vector<Record> found = Collect(list);
-  ASSERT_EQ(found.size(), 1u);
-  Record expected = given;
-  expected.recordType = recordType;
-  Put(expected.objectId, "");
-  ExpectRecord(found[0], expected, cls);
 }
 
 }  // namespace xo::test

@@ -34,24 +34,4 @@ int32_t CallGet(Get&& get, std::vector<Record>& out) {
   return rc;
 }
 
-// The same for string arrays.
-template <class Get>
-int32_t CallGetNames(Get&& get, std::vector<std::string>& out) {
-  char** const untouched = reinterpret_cast<char**>(&out);  // never read
-  char** names = untouched;
-  const int32_t rc = get(&names);
-  out.clear();
-  if (rc != XO_OK) {
-    EXPECT_EQ(names, untouched) << "output written by a failed call";
-    return rc;
-  }
-  if (names == nullptr) {
-    ADD_FAILURE() << "no array handed out";
-    return rc;
-  }
-  for (char** slot = names; *slot != nullptr; ++slot) out.push_back(*slot);
-  EXPECT_EQ(Xo_PolicyApi_FreeStringArray(names), 0);
-  return rc;
-}
-
 }  // namespace xo::test

@@ -1,9 +1,13 @@
-// CXoAdmUserDirectory on a real store: who may manage a directory's users,
-// what the operations change in the directory, and store failures while the
-// directory is read.
+// Directories on a real store: CXoAdmUserDirectory (who may manage a
+// directory's users, and what the operations change in the directory), and
+// administrators bound to a directory, who log in with its password (by LDAP
+// bind or by the ODBC scheme's authentication query), never with the text
+// stored in the policy store.
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
+#include <tuple>
 
 #include "XoAdmUserDirectory.h"
 #include "XoDsDir.h"
@@ -14,19 +18,18 @@
 namespace xo::test {
 namespace {
 
-using xo::store::kDirectoryError;
-using xo::store::kFailed;
-using xo::store::kInvalidArgument;
-using xo::store::kInvalidId;
-using xo::store::kIoError;
-using xo::store::kNoSession;
+using namespace xo::store;
 
-class AdmUserDirectoryTest : public ApiTest {
+class DirectoryAdminTest : public ApiTest {
  protected:
   void SetUp() override {
     ApiTest::SetUp();
-    CXoObjUserDirectory directory = ldap_.Directory();
-    ldapId_ = Store().Save(directory);
+    CXoObjUserDirectory ldap = ldap_.Directory();
+    CXoObjUserDirectory unreachable = LdapServer::DirectoryAt(
+        "ldap://127.0.0.1:" + std::to_string(ClosedPort()) + "/", "unreachable");
+    ldapId_ = Store().Save(ldap);
+    odbcId_ = SaveOdbcDirectory(odbc_.QueryScheme());
+    unreachableId_ = Store().Save(unreachable);
   }
 
   CXoObjId SaveOdbcDirectory(CXoObjODBCQuery queries) {
@@ -35,131 +38,117 @@ class AdmUserDirectoryTest : public ApiTest {
     return Store().Save(directory);
   }
 
-  // A domain administrator with its own session, listed in a new domain.
-  struct DomainAdmin {
-    CXoObjId domain;
-    std::unique_ptr<CXoAdmSession> session;
-  };
-  DomainAdmin MakeDomainAdmin(const std::string& name) {
-    DomainAdmin made;
-    made.domain = Store().Domain(name + "'s domain");
-    const CXoObjId admin = Store().Admin(name, "pw of " + name, XO_ADMFLAG_DOMAIN);
-    Store().AppendToDomainList(made.domain, CXoObjDomain::Admins, admin);
-    made.session =
-        std::make_unique<CXoAdmSession>(name, "pw of " + name, "localhost", "", "localhost", true);
-    std::string message;
-    EXPECT_EQ(made.session->Login(message, false), 0) << message;
-    return made;
+  // A system administrator named `name` whose password `directory` checks.
+  void BindAdmin(const std::string& name, const CXoObjId& directory) {
+    CXoObjAdmin admin(name, "", "pw", directory, WellKnownObjectId13, true, {}, XO_ADMFLAG_SYSTEM);
+    Store().Save(admin);
+  }
+  // The number of runs with the k-th `op` failing, each giving `code`.
+  int Sweep(StoreOp op, const std::function<int32_t()>& call, int32_t code) {
+    return SweepStoreFailures(op, kIoError, call, [code](StoreOp, int) { return code; });
+  }
+
+  int32_t LoginAndUse(const std::string& name, const std::string& password) {
+    PolicyApiSession* handle = nullptr;
+    const int32_t result = Login(name, password, &handle);
+    if (result != XO_OK) return result;
+    DomainRecord* list = nullptr;
+    EXPECT_EQ(Xo_PolicyApi_GetDomain(handle, "none", &list), XO_OK);
+    return Xo_PolicyApi_Logout(handle);
   }
 
   LdapServer ldap_;
   OdbcUsers odbc_;
   CXoObjId ldapId_;
+  CXoObjId odbcId_;
+  CXoObjId unreachableId_;
   std::string message_;
 };
 
-TEST_F(AdmUserDirectoryTest, SystemAdministratorChangesPasswordsAndDisabledState) {
+// (Changes through the interface to ODBC directories are the API suite's.)
+TEST_F(DirectoryAdminTest, ChangesUsersOfItsDirectoriesForAdministratorsWhoMay) {
   CXoAdmUserDirectory directory(ldapId_);
-  ASSERT_EQ(directory.SetPassword("alice", "changed", message_, Store().Session()), 0) << message_;
-  CXoObjUserDirectory stored;
-  ASSERT_TRUE(Store().Load(ldapId_, stored));
-  EXPECT_TRUE(CXoDsDir(stored).Authenticate("alice", "changed"));
-
+  ASSERT_EQ(directory.SetPassword("carol", "changed", message_, Store().Session()), 0) << message_;
+  EXPECT_TRUE(CXoDsDir(ldap_.Directory()).Authenticate("carol", "changed"));
   XoDisabledReason reason = -1;
   ASSERT_EQ(directory.SetDisabled("bob", 2, message_, Store().Session()), 0) << message_;
   ASSERT_EQ(directory.GetDisabled("bob", reason, message_, Store().Session()), 0) << message_;
   EXPECT_EQ(reason, 2);
-
-  std::string path;
-  ASSERT_EQ(directory.SearchValue("carol", path, Store().Session()), 0);
-  EXPECT_EQ(path, LdapServer::UserDn("carol"));
-  EXPECT_EQ(directory.ValidateProps(Store().Session()), 0);
-}
-
-TEST_F(AdmUserDirectoryTest, OdbcDirectoriesUseTheirQuerySchemeFromTheStore) {
-  const CXoObjId id = SaveOdbcDirectory(odbc_.QueryScheme());
-  CXoAdmUserDirectory directory(id);
-  ASSERT_EQ(directory.SetPassword("carol", "changed", message_, Store().Session()), 0) << message_;
-  EXPECT_EQ(odbc_.QueryText("SELECT password FROM users WHERE name = 'carol'"), "changed");
-  XoDisabledReason reason = -1;
-  ASSERT_EQ(directory.SetDisabled("carol", 5, message_, Store().Session()), 0) << message_;
-  ASSERT_EQ(directory.GetDisabled("carol", reason, message_, Store().Session()), 0);
-  EXPECT_EQ(reason, 5);
-  EXPECT_EQ(directory.ValidateProps(Store().Session()), 0);
-
+  EXPECT_EQ(directory.GetDisabled("nobody", reason, message_, Store().Session()), kDirectoryError);
+  EXPECT_NE(message_.find("nobody"), std::string::npos) << message_;
+  EXPECT_EQ(reason, 2);
+  for (const auto& [id, carol] : {std::pair{ldapId_, LdapServer::UserDn("carol")},
+                                  std::pair{odbcId_, std::string("users/carol")}}) {
+    std::string path;
+    EXPECT_EQ(CXoAdmUserDirectory(id).SearchValue("carol", path, Store().Session()), 0);
+    EXPECT_EQ(path, carol);
+    EXPECT_EQ(CXoAdmUserDirectory(id).ValidateProps(Store().Session()), 0);
+  }
   CXoObjODBCQuery cannotLogIn = odbc_.QueryScheme("no user look-up");
   cannotLogIn.Set(CXoObjODBCQuery::Query1 + 10, std::string(""));
   EXPECT_EQ(CXoAdmUserDirectory(SaveOdbcDirectory(cannotLogIn)).ValidateProps(Store().Session()),
             kInvalidArgument);
-}
-
-TEST_F(AdmUserDirectoryTest, FailuresAreReportedWithAReason) {
-  CXoAdmUserDirectory directory(ldapId_);
-  XoDisabledReason reason = 7;
-  EXPECT_EQ(directory.GetDisabled("nobody", reason, message_, Store().Session()), kDirectoryError);
-  EXPECT_NE(message_.find("nobody"), std::string::npos) << message_;
-  EXPECT_EQ(reason, 7);
-
   CXoAdmUserDirectory unnamed(XoObjId_UserDirectory);
   EXPECT_EQ(unnamed.SetPassword("alice", "x", message_, Store().Session()), kInvalidId);
   EXPECT_EQ(unnamed.IsAllowed(Store().Session(), message_), kInvalidId);
-
   CXoAdmSession loggedOut("sysadmin", kPassword, "localhost", "", "localhost", true);
   EXPECT_EQ(directory.SetPassword("alice", "x", message_, loggedOut), kNoSession);
-
-  CXoObjUserDirectory unreachable = LdapServer::DirectoryAt(
-      "ldap://127.0.0.1:" + std::to_string(ClosedPort()) + "/", "unreachable");
-  const CXoObjId unreachableId = Store().Save(unreachable);
-  EXPECT_EQ(CXoAdmUserDirectory(unreachableId).SetDisabled("alice", 1, message_, Store().Session()),
-            kDirectoryError);
+  EXPECT_EQ(
+      CXoAdmUserDirectory(unreachableId_).SetDisabled("alice", 1, message_, Store().Session()),
+      kDirectoryError);
   EXPECT_NE(message_.find("unreachable"), std::string::npos) << message_;
-}
 
-TEST_F(AdmUserDirectoryTest, DomainAdministratorsManageOnlyDirectoriesTheirDomainsSearch) {
-  DomainAdmin dana = MakeDomainAdmin("dana");
-  DomainAdmin eric = MakeDomainAdmin("eric");
-  CXoAdmUserDirectory directory(ldapId_);
-  EXPECT_EQ(directory.IsAllowed(*dana.session, message_), kFailed);
+  // A domain administrator manages only directories that its domains search;
+  // its domains and then their directories are read at every call.
+  const CXoObjId dana = Store().Domain("dana's domain");
+  Store().AppendToDomainList(dana, CXoObjDomain::Admins,
+                             Store().Admin("dana", "pw", XO_ADMFLAG_DOMAIN));
+  CXoAdmSession session("dana", "pw", "localhost", "", "localhost", true);
+  ASSERT_EQ(session.Login(message_, false), 0) << message_;
+  EXPECT_EQ(directory.SetDisabled("alice", 1, message_, session), kFailed);
   EXPECT_NE(message_.find("dana"), std::string::npos) << message_;
-  EXPECT_EQ(directory.SetDisabled("alice", 1, message_, *dana.session), kFailed);
-
-  Store().AppendToDomainList(dana.domain, CXoObjDomain::UserDirectories, ldapId_);
-  EXPECT_EQ(directory.IsAllowed(*dana.session, message_), 0) << message_;
-  EXPECT_EQ(directory.SetDisabled("alice", 1, message_, *dana.session), 0) << message_;
-  EXPECT_EQ(directory.IsAllowed(*eric.session, message_), kFailed);
-  EXPECT_EQ(directory.IsAllowed(Store().Session(), message_), 0);
+  Store().AppendToDomainList(dana, CXoObjDomain::UserDirectories, ldapId_);
+  EXPECT_EQ(directory.SetDisabled("alice", 1, message_, session), 0) << message_;
+  EXPECT_EQ(
+      Sweep(
+          StoreOp::FetchProperty, [&] { return directory.IsAllowed(session, message_); }, kIoError),
+      2);
 }
 
-TEST_F(AdmUserDirectoryTest, StoreFailuresWhileReadingTheDirectoryLeaveItUnchanged) {
-  const CXoObjId odbcId = SaveOdbcDirectory(odbc_.QueryScheme());
-  for (const CXoObjId& id : {ldapId_, odbcId}) {
-    CXoObjUserDirectory stored;
-    ASSERT_TRUE(Store().Load(id, stored));
-    CXoDsDir direct(stored);
-    CXoAdmUserDirectory directory(id);
-    const int runs = SweepStoreFailures(
-        StoreOp::Fetch, kIoError,
-        [&] {
-          direct.SetDisabled("carol", 0);
-          const XoAdmError result = directory.SetDisabled("carol", 4, message_, Store().Session());
-          int32_t reason = -1;
-          EXPECT_TRUE(direct.GetDisabled("carol", reason));
-          EXPECT_EQ(reason, result == 0 ? 4 : 0);
-          return result;
-        },
-        [](StoreOp, int) { return kIoError; });
-    EXPECT_EQ(runs, id == odbcId ? 2 : 1) << "the directory, and an ODBC directory's scheme";
+// A store failure while the directory (and an ODBC directory's scheme) is
+// read refuses the login too.
+TEST_F(DirectoryAdminTest, BoundAdministratorsLogInWithTheDirectoryPasswordOnly) {
+  BindAdmin("alice", ldapId_);
+  BindAdmin("bob", odbcId_);
+  BindAdmin("carol", unreachableId_);
+  const std::tuple<const char*, const char*, int32_t> kLogins[] = {
+      {"alice", "alice-pw", XO_OK},        {"bob", "bob-pw", XO_OK},
+      {"alice", "bob-pw", XO_ERR_GENERAL}, {"alice", "", XO_ERR_GENERAL},
+      {"alice", "pw", XO_ERR_GENERAL},     {"bob", "alice-pw", XO_ERR_GENERAL},
+      {"bob", "pw", XO_ERR_GENERAL},       {"carol", "carol-pw", XO_ERR_GENERAL}};
+  for (const auto& [admin, password, result] : kLogins) {
+    EXPECT_EQ(LoginAndUse(admin, password), result) << admin << " with " << password;
   }
+  const auto alice = [&] { return LoginAndUse("alice", "alice-pw"); };
+  const auto bob = [&] { return LoginAndUse("bob", "bob-pw"); };
+  EXPECT_EQ(Sweep(StoreOp::FetchWithoutSession, alice, XO_ERR_GENERAL), 1);
+  EXPECT_EQ(Sweep(StoreOp::FetchWithoutSession, bob, XO_ERR_GENERAL), 2);
+  ASSERT_EQ(
+      CXoAdmUserDirectory(ldapId_).SetPassword("alice", "renewed", message_, Store().Session()), 0)
+      << message_;
+  EXPECT_EQ(LoginAndUse("alice", "alice-pw"), XO_ERR_GENERAL);
+  EXPECT_EQ(LoginAndUse("alice", "renewed"), XO_OK);
+  odbc_.Exec("DELETE FROM users WHERE name = 'bob'");
+  EXPECT_EQ(LoginAndUse("bob", "bob-pw"), XO_ERR_GENERAL);
 
-  DomainAdmin dana = MakeDomainAdmin("dana");
-  Store().AppendToDomainList(dana.domain, CXoObjDomain::UserDirectories, ldapId_);
-  CXoAdmUserDirectory directory(ldapId_);
-  EXPECT_EQ(SweepStoreFailures(
-                StoreOp::FetchProperty, kIoError,
-                [&] { return directory.IsAllowed(*dana.session, message_); },
-                [](StoreOp, int) { return kIoError; }),
-            2)
-      << "the administrator's domains, then the domain's directories";
+  CXoAdmSession session("carol", "carol-pw", "localhost", "", "localhost", true);
+  EXPECT_EQ(session.Login(message_, false), kAuthFailed);
+  EXPECT_NE(message_.find("unreachable"), std::string::npos) << message_;
+  EXPECT_FALSE(session.IsLoggedIn());
+  CXoAdmSession busy("alice", "renewed", "localhost", "", "localhost", true);
+  Faults().FailAt(StoreOp::FetchWithoutSession, 1, kBusy);
+  EXPECT_EQ(busy.Login(message_, false), kBusy);
+  EXPECT_NE(message_.find("could not be read"), std::string::npos) << message_;
 }
 
 }  // namespace

@@ -1,26 +1,17 @@
 // User directories for tests and benchmarks: a real slapd of the test's own
 // and an SQLite users database reached through the SQLite ODBC driver. Both
-// hold the same people (alice, bob, carol) and groups (staff, operators).
-// Nothing here uses GoogleTest; failures to set up throw std::runtime_error.
+// hold the same people (alice, bob, carol, with passwords alice-pw, bob-pw
+// and carol-pw) and groups (staff, operators). Nothing here uses GoogleTest;
+// failures to set up throw std::runtime_error.
 #pragma once
 
 #include <array>
-#include <cstdint>
 #include <string>
 #include <vector>
 
 #include "XoObjClasses.h"
 
 namespace xo::test {
-
-struct DirectoryUser {
-  const char* name;
-  const char* displayName;
-  const char* password;
-};
-
-// The users both directories hold (see tests/directory/ldap/directory.ldif).
-extern const std::array<DirectoryUser, 3> kDirectoryUsers;
 
 // slapd on 127.0.0.1 and a free port, run from tests/directory/ldap/run-slapd.sh
 // as a child of this process in a scratch directory, loaded with the test
@@ -42,12 +33,11 @@ class LdapServer {
   static constexpr const char* kPeople = "ou=people,dc=example,dc=org";
   static constexpr const char* kAdminDn = "cn=admin,dc=example,dc=org";
   static constexpr const char* kAdminPassword = "secret";
-  static constexpr const char* kOtherSuffix = "dc=other,dc=org";
 
   // `extraUsers` more users (uid=user000000 ... with password "pw") under
   // ou=people, for benchmarks. With LdapTls::On the server also offers
   // StartTLS and listens for ldaps://, with a certificate for 127.0.0.1 and
-  // localhost from a CA of its own.
+  // localhost from a CA of its own, and answers nothing else without TLS.
   explicit LdapServer(int extraUsers = 0, LdapTls tls = LdapTls::Off);
   ~LdapServer();
   LdapServer(const LdapServer&) = delete;
@@ -55,12 +45,11 @@ class LdapServer {
 
   const std::string& Uri() const { return uri_; }
   const std::string& LdapsUri() const { return ldapsUri_; }  // "" without TLS
-  int Port() const { return port_; }
   static std::string UserDn(const std::string& uid);
   // With TLS: the CA certificate that signed the server's, and another CA
   // certificate of the same name that signed nothing the server uses.
-  std::string CaFile() const;
-  std::string OtherCaFile() const;
+  std::string CaFile() const { return work_ + "/tls/ca.pem"; }
+  std::string OtherCaFile() const { return work_ + "/tls/other-ca.pem"; }
 
   // Stops slapd where it is: connections are still accepted (by the
   // system), but nothing is read or answered.
@@ -72,26 +61,25 @@ class LdapServer {
   // searching the whole suffix, users looked up by uid, the disabled reason
   // in shadowFlag, passwords set through the Password Modify operation, a
   // 5-second timeout. Tests change single settings with Set().
-  CXoObjUserDirectory Directory(const std::string& name = "test ldap") const;
+  CXoObjUserDirectory Directory(const std::string& name = "test ldap") const {
+    return DirectoryAt(uri_, name);
+  }
   // The same settings for a server at another URI.
   static CXoObjUserDirectory DirectoryAt(const std::string& uri,
                                          const std::string& name = "test ldap");
 
  private:
-  void Start(const std::vector<std::string>& extraLdif, LdapTls tls);
-  void Stop();
-
   std::string scratch_;
   std::string work_;
   std::string uri_;
   std::string ldapsUri_;
-  int port_ = 0;
   int pid_ = -1;
 };
 
 // An SQLite database of users, groups and memberships in a scratch
-// directory, and the query scheme that reads it. Entry keys are
-// "users/NAME" and "groups/NAME"; the view `entries` lists both with their
+// directory (made by tests/directory/odbc-users.sql), and the query scheme
+// that reads it (tests/directory/odbc-queries.txt, a query a line). Entry keys
+// are "users/NAME" and "groups/NAME"; the view `entries` lists both with their
 // kinds. Passwords are kept as plain text, so that query 4 can compare them.
 class OdbcUsers {
  public:
@@ -104,8 +92,11 @@ class OdbcUsers {
 
   const std::string& DatabasePath() const { return database_; }
   // DSN-less: "Driver=<kDriver>;Database=<DatabasePath()>".
-  std::string ConnectionString() const;
-  // The fifteen query texts, by position (index 0 is query 1).
+  std::string ConnectionString() const {
+    return std::string("Driver=") + kDriver + ";Database=" + database_;
+  }
+  // The fifteen query texts, by position (index 0 is query 1; the last four
+  // are empty).
   static std::array<std::string, 15> Queries();
   CXoObjODBCQuery QueryScheme(const std::string& name = "test queries") const;
   // A user directory for this database, not saved, naming `scheme`.
@@ -114,26 +105,12 @@ class OdbcUsers {
 
   // Runs SQL on the database directly, beside the driver.
   void Exec(const std::string& sql) const;
-  std::string QueryText(const std::string& sql) const;  // the first column of the first row
+  // The first column of the first row ("" for none, or for NULL).
+  std::string QueryText(const std::string& sql) const;
 
  private:
   std::string scratch_;
   std::string database_;
-};
-
-// A listening socket on 127.0.0.1 that accepts connections and never
-// answers: a server that hangs.
-class SilentServer {
- public:
-  SilentServer();
-  ~SilentServer();
-  SilentServer(const SilentServer&) = delete;
-  SilentServer& operator=(const SilentServer&) = delete;
-  int Port() const { return port_; }
-
- private:
-  int socket_ = -1;
-  int port_ = 0;
 };
 
 // A port on 127.0.0.1 that nothing listens on.

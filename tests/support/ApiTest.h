@@ -44,46 +44,12 @@ class ApiTest : public ::testing::Test {
   // for the failed operation and its ordinal among the calls of that
   // operation, and leave the store's contents as they were. Returns the
   // number of failing runs.
-  // A failure the call absorbs (it goes on and may change the store)
-  // expects kAbsorbed; such runs are not checked.
   using Expectation = std::function<int32_t(StoreOp failed, int ordinal)>;
-  static constexpr int32_t kAbsorbed = kAbsorbedFailure;
   int SweepStoreFailures(StoreOp op, int32_t code, const std::function<int32_t()>& call,
                          const Expectation& expected);
   // The same with the k-th allocation of the library failing; every failing
   // run must return `expected`.
   int SweepAllocationFailures(const std::function<int32_t()>& call, int32_t expected);
-  // The same for a Get function handing out a list: every failing run gives
-  // -1 and leaves the caller's pointer as it was; a list handed out is freed.
-  template <class Record>
-  int SweepListAllocations(const std::function<int32_t(Record**)>& get) {
-    Record* const untouched = reinterpret_cast<Record*>(this);
-    return SweepAllocationFailures(
-        [&] {
-          Record* list = untouched;
-          const int32_t rc = get(&list);
-          if (rc == 0) {
-            Xo_PolicyApi_FreeMemory(list);
-          } else {
-            EXPECT_EQ(list, untouched);
-          }
-          return rc;
-        },
-        XO_ERR_GENERAL);
-  }
-
-  // What a call gives when a store call fails: the first answer naming the
-  // failed operation and its ordinal (0 for every ordinal); without one, the
-  // rights read failing is -1 and any other failure the mapped code.
-  using Answer = StoreAnswer;
-  static Expectation Answers(std::vector<Answer> answers);
-  // SweepStoreFailures over every store call, each failing as busy.
-  int SweepBusy(const std::function<int32_t()>& call, std::vector<Answer> answers = {}) {
-    return SweepStoreFailures(StoreOp::Any, kBusyCode, call, Answers(std::move(answers)));
-  }
-  int SweepBusy(const std::function<int32_t()>& call, const Expectation& expected) {
-    return SweepStoreFailures(StoreOp::Any, kBusyCode, call, expected);
-  }
   static const int32_t kBusyCode;
 
   // A live handle without a session: the k-th allocation of the Login fails

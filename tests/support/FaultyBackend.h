@@ -40,16 +40,6 @@ enum class StoreOp {
 
 const char* OpName(StoreOp op);
 
-// What a call gives when the `ordinal`-th call of `op` fails (0: any of them).
-struct StoreAnswer {
-  StoreOp op;
-  int ordinal;
-  int32_t code;
-};
-// What a sweep expects of a failure the call absorbs: it goes on and may
-// change the store.
-constexpr int32_t kAbsorbedFailure = INT32_MIN;
-
 // Which call fails, shared by every backend the wrapper creates.
 class FaultPlan {
  public:

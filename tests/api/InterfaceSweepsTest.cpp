@@ -16,12 +16,12 @@
 #include "frame/Handles.h"
 #include "support/ApiCatalog.h"
 #include "support/ApiTest.h"
+#include "support/Environment.h"
 
 namespace xo::test {
 namespace {
 
-const std::filesystem::path kGolden =
-    std::filesystem::path(__FILE__).parent_path() / "InterfaceSweeps.golden";
+const std::filesystem::path kGolden = TestDataPath("api/InterfaceSweeps.golden");
 const bool kRecording = std::getenv("XO_SWEEPS_RECORD") != nullptr;
 
 // The golden lines, by row and sweep ("AddRule store"); what a recording

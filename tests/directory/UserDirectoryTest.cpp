@@ -14,6 +14,7 @@
 
 #include "XoDsDir.h"
 #include "support/DirectoryFixtures.h"
+#include "support/Environment.h"
 
 namespace xo::test {
 namespace {
@@ -31,7 +32,7 @@ void PrintTo(const Case& c, std::ostream* out) { *out << c.name; }
 // The cases of the scripts file, parts taken in; a case that fails when the
 // file cannot be read.
 std::vector<Case> Cases() {
-  std::ifstream in(std::filesystem::path(__FILE__).parent_path() / "directory-scripts.txt");
+  std::ifstream in(TestDataPath("directory/directory-scripts.txt"));
   std::map<std::string, std::vector<std::string>> parts;
   std::vector<Case> cases;
   std::vector<std::string>* steps = nullptr;

@@ -136,7 +136,7 @@ void PrintTo(const Script& script, std::ostream* out) { *out << script.name; }
 
 // The cases of store-scripts.txt (which says how they are written).
 std::vector<Script> Scripts() {
-  std::ifstream in(std::filesystem::path(__FILE__).parent_path() / "store-scripts.txt");
+  std::ifstream in(TestDataPath("store/store-scripts.txt"));
   std::vector<Script> cases;
   for (std::string line; std::getline(in, line);) {
     if (line.starts_with("== ")) cases.push_back({line.substr(3), {}});

@@ -40,10 +40,7 @@ int Port(int port, bool connect = false) {
 }
 
 // The test data beside the directory tests.
-std::string DataFile(const std::string& name) {
-  return (std::filesystem::path(__FILE__).parent_path().parent_path() / "directory" / name)
-      .string();
-}
+std::string DataFile(const std::string& name) { return TestDataPath("directory/" + name); }
 
 // Runs SQL on a database; `first`, when given, receives the first column of
 // the first row (and the rest is not read).

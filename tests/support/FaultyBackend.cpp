@@ -7,28 +7,9 @@ namespace xo::test {
 using xo::store::IStoreBackend;
 
 const char* OpName(StoreOp op) {
-  static const char* const kNames[] = {"Any",
-                                       "LookupAdmin",
-                                       "BeginSession",
-                                       "EndSession",
-                                       "ReadRights",
-                                       "Fetch",
-                                       "Save",
-                                       "Search",
-                                       "SearchMultiple",
-                                       "Delete",
-                                       "InvalidateCache",
-                                       "FetchProperty",
-                                       "SaveProperty",
-                                       "BeginTransaction",
-                                       "CommitTransaction",
-                                       "RollbackTransaction",
-                                       "ReadSetting",
-                                       "ReadAudit",
-                                       "ReadInfo",
-                                       "FetchWithoutSession",
-                                       "BeginChange",
-                                       "EndChange"};
+#define XO_STORE_OP_NAME(name) #name,
+  static const char* const kNames[] = {XO_STORE_OPS(XO_STORE_OP_NAME)};
+#undef XO_STORE_OP_NAME
   return kNames[static_cast<int>(op)];
 }
 

@@ -12,31 +12,21 @@
 
 namespace xo::test {
 
+// clang-format off
+#define XO_STORE_OPS(X)                                                                 \
+  X(Any)                                                                                \
+  X(LookupAdmin) X(BeginSession) X(EndSession) X(ReadRights) X(Fetch) X(Save) X(Search) \
+  X(SearchMultiple) X(Delete) X(InvalidateCache) X(FetchProperty) X(SaveProperty)       \
+  X(BeginTransaction) X(CommitTransaction) X(RollbackTransaction) X(ReadSetting)        \
+  X(ReadAudit) X(ReadInfo) X(FetchWithoutSession) X(BeginChange) X(EndChange)
+// clang-format on
+
+#define XO_STORE_OP_ENUM(name) name,
 enum class StoreOp {
-  Any,
-  LookupAdmin,
-  BeginSession,
-  EndSession,
-  ReadRights,
-  Fetch,
-  Save,
-  Search,
-  SearchMultiple,
-  Delete,
-  InvalidateCache,
-  FetchProperty,
-  SaveProperty,
-  BeginTransaction,
-  CommitTransaction,
-  RollbackTransaction,
-  ReadSetting,
-  ReadAudit,
-  ReadInfo,
-  FetchWithoutSession,
-  BeginChange,
-  EndChange,
-  kCount  // not an operation: the number of them
+  XO_STORE_OPS(XO_STORE_OP_ENUM)  // Any: every operation
+  kCount                          // not an operation: the number of them
 };
+#undef XO_STORE_OP_ENUM
 
 const char* OpName(StoreOp op);
 

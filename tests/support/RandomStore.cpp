@@ -1,9 +1,10 @@
 #include "support/RandomStore.h"
 
 #include <algorithm>
-#include <array>
 #include <random>
+#include <sstream>
 #include <stdexcept>
+#include <type_traits>
 #include <utility>
 
 #include "support/DirectoryFixtures.h"
@@ -14,84 +15,59 @@ namespace {
 
 using NameList = std::vector<std::string>;
 
-const NameList kQueryNames{"people-queries", "staff", "q", "gw"};
-const NameList kDirectoryNames{"staff", "people", "ldap", "Intranet", "gw"};
-const NameList kSchemeNames{"forms", "staff", "gw", "certs", "basic"};
-const NameList kAgentNames{"gw", "edge", "nas", "portal", "Intranet"};
-const NameList kAgentGroupNames{"edge", "gateways", "gw", "all agents"};
-const NameList kAdminNames{"alice", "bob", "gw", "staff", "Root"};
-const NameList kDomainNames{"Intranet", "Extranet", "portal", "gw", "a/b"};
-const NameList kRealmNames{"portal", "payroll", "forms", "a", "a/b", "read", "edge"};
-const NameList kRuleNames{"read", "write", "c", "b/c", "portal", "Read"};
-const NameList kRuleGroupNames{"everyday", "read", "staff", "portal", "all rules"};
-const NameList kResponseNames{"welcome", "deny", "staff", "read", "Welcome"};
-const NameList kResponseGroupNames{"greetings", "welcome", "all responses", "deny"};
-const NameList kPolicyNames{"employees", "guests", "read", "staff", "portal"};
+NameList Split(const std::string& text) {
+  NameList items;
+  std::istringstream in(text + "|");
+  for (std::string item; std::getline(in, item, '|');) items.push_back(item);
+  return items;
+}
 
-constexpr const char* kHttp = "HTTP Agent";
-constexpr const char* kRadius = "RADIUS Agent";
-const NameList kHttpAttributes{"HTTP-Header-Fixed", "HTTP-Header-Variable", "HTTP-Cookie-Fixed",
-                               "HTTP-Cookie-Variable", "HTTP-Redirect-URL"};
-const NameList kRadiusAttributes{"Session-Timeout", "Idle-Timeout", "Reply-Message", "Filter-Id",
-                                 "Class"};
-const NameList kAttributeValues{"X-Portal-User: employee",
-                                "portal-lang=en",
-                                "Portal-Lang=EN",
-                                "3600",
-                                "Welcome, \"friend\"",
-                                "https://intranet.example/home?a=1&b=2",
-                                "",
-                                "a\\b"};
-const NameList kEntries{"users/alice", "users/bob", "users/carol", "groups/staff",
-                        "groups/operators"};
-
+const NameList kQueryNames = Split("people-queries|staff|q|gw");
+const NameList kDirectoryNames = Split("staff|people|ldap|Intranet|gw");
+const NameList kSchemeNames = Split("forms|staff|gw|certs|basic");
+const NameList kAgentNames = Split("gw|edge|nas|portal|Intranet");
+const NameList kAgentGroupNames = Split("edge|gateways|gw|all agents");
+const NameList kAdminNames = Split("alice|bob|gw|staff|Root");
+const NameList kDomainNames = Split("Intranet|Extranet|portal|gw|a/b");
+const NameList kRealmNames = Split("portal|payroll|forms|a|a/b|read|edge");
+const NameList kRuleNames = Split("read|write|c|b/c|portal|Read");
+const NameList kRuleGroupNames = Split("everyday|read|staff|portal|all rules");
+const NameList kResponseNames = Split("welcome|deny|staff|read|Welcome");
+const NameList kResponseGroupNames = Split("greetings|welcome|all responses|deny");
+const NameList kPolicyNames = Split("employees|guests|read|staff|portal");
+const NameList kAgentTypes = Split("HTTP Agent|HTTP Agent|HTTP Agent|RADIUS Agent");
+const NameList kHttpAttributes =
+    Split("HTTP-Header-Fixed|HTTP-Header-Variable|HTTP-Cookie-Fixed|HTTP-Cookie-Variable");
+const NameList kRadiusAttributes = Split("Session-Timeout|Idle-Timeout|Reply-Message|Class");
+const NameList kAttributeValues = Split(
+    "X-Portal-User: employee|portal-lang=en|Portal-Lang=EN|3600|Welcome, \"friend\"||a\\b|"
+    "https://intranet.example/home?a=1&b=2");
+const NameList kEntries = Split("users/alice|users/bob|users/carol|groups/staff|groups/operators");
 // Texts a document has to carry unchanged.
-const NameList kTexts{"every page",
-                      "say \"hello\"",
-                      "C:\\policies\\",
-                      "two\nlines",
-                      "tab\there",
-                      "caf\xc3\xa9 \xc3\xbc"
-                      "ber",
-                      "/",
-                      "/forms/*",
-                      "{\"json\": [1, 2]}",
-                      "  padded  ",
-                      std::string(300, 'L')};
+const NameList kTexts = Split(
+    "every page|say \"hello\"|C:\\policies\\|two\nlines|tab\there|caf\xc3\xa9 \xc3\xbc"
+    "ber|/|/forms/*|{\"json\": [1, 2]}|  padded  |" +
+    std::string(300, 'L'));
 
-std::string Quote(const std::string& text) {
-  std::string quoted = "\"";
-  for (char c : text) {
-    if (c == '"' || c == '\\') quoted += '\\';
-    quoted += c == '\n' ? std::string("\\n") : std::string(1, c);
-  }
-  return quoted + "\"";
-}
-
-bool Holds(const NameList& names, const std::string& name) {
-  return std::find(names.begin(), names.end(), name) != names.end();
-}
-
-// A rule is named within its realm.
-struct RuleName {
-  std::string realm;
-  std::string name;
-  bool operator==(const RuleName&) const = default;
+// A rule in its realm, or (with no realm) any other member of a group.
+struct Leaf {
+  std::string realm, name;
+  bool operator==(const Leaf&) const = default;
 };
+
+template <class T>
+bool Holds(const std::vector<T>& items, const T& item) {
+  return std::find(items.begin(), items.end(), item) != items.end();
+}
 
 struct DomainObjects {
   std::string name;
-  NameList realms;
-  std::vector<RuleName> rules;
-  NameList ruleGroups;
-  NameList responses;
-  NameList responseGroups;
-  NameList policies;
-
-  bool HasRule(const std::string& realm, const std::string& rule) const {
-    return std::find(rules.begin(), rules.end(), RuleName{realm, rule}) != rules.end();
-  }
+  NameList realms, ruleGroups, responses, responseGroups, policies;
+  std::vector<Leaf> rules;
 };
+
+// Calls a function of the API with the session, recording the call.
+#define XO_CALL(function, ...) Call(function(h_, __VA_ARGS__), Shown(#function, __VA_ARGS__))
 
 class Generator {
  public:
@@ -101,8 +77,7 @@ class Generator {
   std::vector<std::string> Build() {
     // The administrators the store was made with may manage domains too.
     char** names = nullptr;
-    Call(Xo_PolicyApi_GetGlobalObjectNames(h_, XO_GLOBAL_ADMINISTRATORS, &names),
-         "GetGlobalObjectNames administrators");
+    XO_CALL(Xo_PolicyApi_GetGlobalObjectNames, XO_GLOBAL_ADMINISTRATORS, &names);
     storeAdmins_ = Names(names);
     QuerySchemesAndDirectories();
     Schemes();
@@ -117,10 +92,20 @@ class Generator {
   // not: draws are taken from the engine directly.
   size_t Below(size_t n) { return random_() % n; }
   bool Chance(unsigned percent) { return random_() % 100 < percent; }
-  uint8_t Flag() { return Chance(50) ? 1 : 0; }
-  int32_t Small() { return static_cast<int32_t>(Below(4)); }
   std::string Text() { return Chance(40) ? "" : Pick(kTexts); }
-
+  // Each field a text, a flag or a small number, drawn in turn.
+  template <size_t... N>
+  void Texts(char (&... fields)[N]) {
+    (Put(fields, Text()), ...);
+  }
+  template <class... Flag>
+  void Flags(Flag&... flags) {
+    ((flags = Chance(50) ? 1 : 0), ...);
+  }
+  template <class... Int>
+  void Smalls(Int&... numbers) {
+    ((numbers = static_cast<int32_t>(Below(4))), ...);
+  }
   template <class T>
   T Pick(const std::vector<T>& from) {
     return from[Below(from.size())];
@@ -137,8 +122,7 @@ class Generator {
     some.resize(std::min(some.size(), Below(most + 1)));
     return some;
   }
-  // A name of the pool that is not taken yet, now taken; empty when the
-  // pool is used up.
+  // A name of the pool not taken yet, now taken; empty when the pool is used up.
   std::string Fresh(const NameList& pool, NameList& taken) {
     NameList free;
     for (const std::string& name : pool) {
@@ -148,24 +132,45 @@ class Generator {
     taken.push_back(Pick(free));
     return taken.back();
   }
+  // A record named from the pool, with a description.
+  template <class Record>
+  Record Named(const NameList& pool, NameList& taken) {
+    auto r = Zeroed<Record>();
+    Put(r.name, Fresh(pool, taken));
+    Texts(r.description);
+    return r;
+  }
+  static const char* Scope(const std::string& domain) {
+    return domain.empty() ? nullptr : domain.c_str();
+  }
 
+  // Records the call; throws when the library refused it.
   void Call(int32_t rc, const std::string& call) {
     calls_.push_back(call);
     if (rc != XO_OK) throw std::runtime_error(call + " gave " + std::to_string(rc));
+  }
+  template <class T>
+  static std::string Show(const T& value) {
+    if constexpr (std::is_arithmetic_v<T> || std::is_enum_v<T>) return std::to_string(value);
+    if constexpr (std::is_convertible_v<T, const char*>)
+      return value ? "'" + std::string(value) + "'" : "null";
+    if constexpr (requires { value->name; }) return value->name;
+    return "...";
+  }
+  template <class... Args>
+  static std::string Shown(const char* function, const Args&... args) {
+    return (std::string(function) + ... + (" " + Show(args)));
   }
 
   // Query schemes, most of them with an ODBC directory that names them; the
   // first pair reads the users database.
   void QuerySchemesAndDirectories() {
-    const std::array<std::string, 15> users = OdbcUsers::Queries();
+    const auto users = OdbcUsers::Queries();
     for (size_t i = 0, n = 2 + Below(2); i < n; ++i) {
-      auto r = Zeroed<OdbcQuerySchemeRecord>();
-      const std::string name = Fresh(kQueryNames, queries_);
-      Put(r.name, name);
-      Put(r.description, Text());
+      auto r = Named<OdbcQuerySchemeRecord>(kQueryNames, queries_);
       for (size_t q = 0; q < users.size(); ++q) Put(r.query[q], i == 0 ? users[q] : Text());
-      Call(Xo_PolicyApi_CreateODBCQueryScheme(h_, &r, 0), "CreateODBCQueryScheme " + Quote(name));
-      if (i == 0 || Chance(60)) Directory(i == 0 ? odbc_ : "DSN=xo-absent", name);
+      XO_CALL(Xo_PolicyApi_CreateODBCQueryScheme, &r, 0);
+      if (i == 0 || Chance(60)) Directory(i == 0 ? odbc_ : "DSN=xo-absent", r.name);
     }
     userDirectory_ = directories_.front();
     for (size_t n = Below(3); n > 0; --n) Directory("ldap://127.0.0.1:1", "");
@@ -173,10 +178,7 @@ class Generator {
 
   // An ODBC directory when `queries` names a query scheme, else LDAP.
   void Directory(const std::string& server, const std::string& queries) {
-    const std::string name = Fresh(kDirectoryNames, directories_);
-    auto r = Zeroed<UserDirRecord>();
-    Put(r.name, name);
-    Put(r.description, Text());
+    auto r = Named<UserDirRecord>(kDirectoryNames, directories_);
     Put(r.directoryType, queries.empty() ? "LDAP:" : "ODBC:");
     Put(r.string1, server);
     Put(r.querySchemeName, queries);
@@ -186,77 +188,50 @@ class Generator {
       Put(r.string2, "ou=people,dc=example,dc=org");
       Put(r.string3, "(uid=");
       Put(r.string4, ")");
-      Put(r.string7, Text());
-      Put(r.string13, Text());
-      r.int1 = Small();
-      r.flag1 = Flag();
-      r.flag2 = Flag();
+      Texts(r.string7, r.string13);
+      Smalls(r.int1);
+      Flags(r.flag1, r.flag2);
     }
-    Call(Xo_PolicyApi_CreateUserDir(h_, &r, 0),
-         "CreateUserDir " + Quote(name) + " type " + Quote(r.directoryType));
+    XO_CALL(Xo_PolicyApi_CreateUserDir, &r, 0);
   }
 
   void Schemes() {
     for (size_t n = 1 + Below(2); n > 0; --n) {
-      const std::string name = Fresh(kSchemeNames, schemes_);
-      auto r = Zeroed<SchemeRecord>();
-      Put(r.name, name);
-      Put(r.description, Text());
-      r.schemeInt1 = Small();
-      r.schemeInt2 = Small();
-      Put(r.schemeString1, Pick(NameList{"basic", "forms", "cert"}));
-      Put(r.schemeString2, Text());
-      Put(r.schemeString3, Text());
-      r.schemeFlag1 = Flag();
-      r.schemeFlag3 = Flag();
-      r.schemeFlag5 = Flag();
-      Call(Xo_PolicyApi_AddScheme(h_, &r, 0), "AddScheme " + Quote(name));
+      auto r = Named<SchemeRecord>(kSchemeNames, schemes_);
+      Put(r.schemeString1, Pick(Split("basic|forms|cert")));
+      Texts(r.schemeString2, r.schemeString3);
+      Smalls(r.schemeInt1, r.schemeInt2);
+      Flags(r.schemeFlag1, r.schemeFlag3, r.schemeFlag5);
+      XO_CALL(Xo_PolicyApi_AddScheme, &r, 0);
     }
     if (Chance(25)) {
       // The scheme every store is made with, changed.
       SchemeRecord* basic = nullptr;
-      Call(Xo_PolicyApi_GetScheme(h_, "Basic", &basic), "GetScheme \"Basic\"");
+      XO_CALL(Xo_PolicyApi_GetScheme, schemes_[0].c_str(), &basic);
       std::vector<SchemeRecord> records = Collect(basic);
       if (records.size() != 1) throw std::runtime_error("no single scheme \"Basic\"");
       Put(records[0].description, "changed: " + Text());
       records[0].schemeInt2 = 7;
-      Call(Xo_PolicyApi_AddScheme(h_, &records[0], 1), "AddScheme \"Basic\" update");
+      XO_CALL(Xo_PolicyApi_AddScheme, &records[0], 1);
     }
   }
 
   void Agents() {
+    std::vector<Leaf> agents;
     for (size_t n = 2 + Below(3); n > 0; --n) {
-      const std::string name = Fresh(kAgentNames, agents_);
-      auto r = Zeroed<AgentRecord>();
-      Put(r.name, name);
-      Put(r.description, Text());
-      Put(r.agentTypeName, Chance(75) ? kHttp : kRadius);
-      Put(r.agentString1, Text());
-      Put(r.agentString2, Text());
-      r.agentInt = Small();
-      Call(Xo_PolicyApi_AddAgent(h_, &r, 0), "AddAgent " + Quote(name));
+      auto r = Named<AgentRecord>(kAgentNames, agents_);
+      Put(r.agentTypeName, Pick(kAgentTypes));
+      Texts(r.agentString1, r.agentString2);
+      Smalls(r.agentInt);
+      XO_CALL(Xo_PolicyApi_AddAgent, &r, 0);
+      agents.push_back({"", r.name});
     }
-    for (size_t n = Below(3); n > 0; --n) {
-      const std::string name = Fresh(kAgentGroupNames, agentGroups_);
-      Group(XO_GROUP_AGENT, nullptr, name);
-    }
-    for (size_t g = 0; g < agentGroups_.size(); ++g) {
-      // A member name that is also a group's is taken as the group.
-      for (const std::string& agent : Some(agents_, 3)) {
-        if (!Holds(agentGroups_, agent)) Member(XO_GROUP_AGENT, nullptr, agentGroups_[g], agent);
-      }
-      if (g > 0 && Chance(50)) {
-        Member(XO_GROUP_AGENT, nullptr, agentGroups_[g], agentGroups_[Below(g)]);
-      }
-    }
+    Groups(XO_GROUP_AGENT, "", Below(3), kAgentGroupNames, agentGroups_, agents);
   }
 
   void Administrators() {
     for (size_t n = 1 + Below(3); n > 0; --n) {
-      const std::string name = Fresh(kAdminNames, admins_);
-      auto r = Zeroed<AdminRecord>();
-      Put(r.name, name);
-      Put(r.description, Text());
+      auto r = Named<AdminRecord>(kAdminNames, admins_);
       const size_t rights = Below(10);
       r.adminFlags = rights < 7   ? XO_ADMIN_DOMAIN
                      : rights < 9 ? XO_ADMIN_DOMAIN | XO_ADMIN_COMMAND(1 + Below(5))
@@ -266,47 +241,41 @@ class Generator {
         Put(r.userDirName, Pick(directories_));
         Put(r.schemeName, Pick(schemes_));
       } else {
-        Put(r.adminText, name + " password");
+        Put(r.adminText, std::string(r.name) + " password");
       }
-      Call(Xo_PolicyApi_AddAdmin(h_, &r, 0), "AddAdmin " + Quote(name));
+      XO_CALL(Xo_PolicyApi_AddAdmin, &r, 0);
     }
   }
 
   void Domain() {
+    auto r = Named<DomainRecord>(kDomainNames, domains_);
     DomainObjects d;
-    d.name = Fresh(kDomainNames, domains_);
-    auto r = Zeroed<DomainRecord>();
-    Put(r.name, d.name);
-    Put(r.description, Text());
-    Call(Xo_PolicyApi_AddDomain(h_, &r, 0), "AddDomain " + Quote(d.name));
+    d.name = r.name;
+    const char* name = r.name;
+    XO_CALL(Xo_PolicyApi_AddDomain, &r, 0);
     const NameList directories = Some(directories_, 3);
     for (const std::string& directory : directories) {
-      Call(Xo_PolicyApi_AddUserDirToDomain(h_, directory.c_str(), d.name.c_str()),
-           "AddUserDirToDomain " + Quote(directory) + " " + Quote(d.name));
+      XO_CALL(Xo_PolicyApi_AddUserDirToDomain, directory.c_str(), name);
     }
     if (directories.size() > 1 && Chance(50)) {
-      NameList order = Shuffled(directories);
-      std::vector<char*> array;
-      std::string listed;
-      for (std::string& name : order) {
-        array.push_back(name.data());
-        listed += " " + Quote(name);
-      }
-      array.push_back(nullptr);
-      Call(Xo_PolicyApi_SetUserDirSearchOrder(h_, d.name.c_str(), array.data()),
-           "SetUserDirSearchOrder " + Quote(d.name) + listed);
+      NameList shuffled = Shuffled(directories);
+      std::vector<char*> order;
+      for (std::string& directory : shuffled) order.push_back(directory.data());
+      order.push_back(nullptr);
+      XO_CALL(Xo_PolicyApi_SetUserDirSearchOrder, name, order.data());
     }
     NameList admins = admins_;
     admins.insert(admins.end(), storeAdmins_.begin(), storeAdmins_.end());
     for (const std::string& admin : Some(admins, 2)) {
-      Call(Xo_PolicyApi_AddAdminToDomain(h_, admin.c_str(), d.name.c_str()),
-           "AddAdminToDomain " + Quote(admin) + " " + Quote(d.name));
+      XO_CALL(Xo_PolicyApi_AddAdminToDomain, admin.c_str(), name);
     }
     Realms(d);
     Rules(d);
-    RuleGroups(d);
+    Groups(XO_GROUP_RULE, d.name, Below(4), kRuleGroupNames, d.ruleGroups, d.rules);
     Responses(d);
-    ResponseGroups(d);
+    std::vector<Leaf> responses;
+    for (const std::string& response : d.responses) responses.push_back({"", response});
+    Groups(XO_GROUP_RESPONSE, d.name, Below(3), kResponseGroupNames, d.responseGroups, responses);
     Policies(d);
   }
 
@@ -315,38 +284,28 @@ class Generator {
     if (Chance(15)) pool.push_back(d.name);
     for (size_t n = 2 + Below(4); n > 0; --n) {
       const std::string parent = d.realms.empty() || Chance(40) ? "" : Pick(d.realms);
-      const std::string name = Fresh(pool, d.realms);
-      auto r = Zeroed<RealmRecord>();
-      Put(r.name, name);
-      Put(r.description, Text());
-      Put(r.realmText, Text());
+      auto r = Named<RealmRecord>(pool, d.realms);
+      Put(r.parentName, parent);
       Put(r.agentName, !agentGroups_.empty() && Chance(25) ? Pick(agentGroups_) : Pick(agents_));
       Put(r.schemeName, Pick(schemes_));
-      Put(r.parentName, parent);
-      r.realmFlag1 = Flag();
-      r.realmFlag2 = Flag();
-      r.realmFlag4 = Flag();
-      r.realmInt1 = Small() * 900;
-      r.realmInt2 = Small();
-      Call(Xo_PolicyApi_AddRealm(h_, d.name.c_str(), &r, 0),
-           "AddRealm " + Quote(d.name) + " " + Quote(name) + " parent " + Quote(parent));
+      Texts(r.realmText);
+      Flags(r.realmFlag1, r.realmFlag2, r.realmFlag4);
+      Smalls(r.realmInt1, r.realmInt2);
+      r.realmInt1 *= 900;
+      XO_CALL(Xo_PolicyApi_AddRealm, d.name.c_str(), &r, 0);
     }
   }
 
   void Rule(DomainObjects& d, const std::string& realm, const std::string& name) {
-    if (d.HasRule(realm, name)) return;
+    if (Holds(d.rules, {realm, name})) return;
     auto r = Zeroed<RuleRecord>();
     Put(r.name, name);
-    Put(r.description, Text());
     Put(r.realmName, realm);
-    Put(r.ruleText1, Pick(NameList{"GET", "POST", "GET,POST", ""}));
-    Put(r.ruleText2, Chance(70) ? Pick(NameList{"/", "/forms/*", "/payroll"}) : Text());
-    Put(r.ruleText3, Text());
-    r.ruleFlag1 = Flag();
-    r.ruleFlag2 = Flag();
-    r.ruleFlag3 = Flag();
-    Call(Xo_PolicyApi_AddRule(h_, d.name.c_str(), &r, 0),
-         "AddRule " + Quote(d.name) + " realm " + Quote(realm) + " " + Quote(name));
+    Put(r.ruleText1, Pick(Split("GET|POST|GET,POST|")));
+    Put(r.ruleText2, Chance(70) ? Pick(Split("/|/forms/*|/payroll")) : Text());
+    Texts(r.description, r.ruleText3);
+    Flags(r.ruleFlag1, r.ruleFlag2, r.ruleFlag3);
+    XO_CALL(Xo_PolicyApi_AddRule, d.name.c_str(), &r, 0);
     d.rules.push_back({realm, name});
   }
 
@@ -354,121 +313,78 @@ class Generator {
     for (size_t n = 3 + Below(5); n > 0; --n) Rule(d, Pick(d.realms), Pick(kRuleNames));
     if (d.realms.size() > 1 && Chance(60)) {
       // The same name in a second realm.
-      const RuleName rule = Pick(d.rules);
-      NameList others;
-      for (const std::string& realm : d.realms) {
-        if (realm != rule.realm) others.push_back(realm);
-      }
+      const Leaf rule = Pick(d.rules);
+      NameList others = d.realms;
+      others.erase(std::find(others.begin(), others.end(), rule.realm));
       Rule(d, Pick(others), rule.name);
     }
-    if (Holds(d.realms, "a") && Holds(d.realms, "a/b") && Chance(50)) {
+    if (Holds(d.realms, std::string("a")) && Holds(d.realms, std::string("a/b")) && Chance(50)) {
       // Realm and rule names that read the same when joined by a slash.
       Rule(d, "a", "b/c");
       Rule(d, "a/b", "c");
     }
   }
 
-  void Group(int32_t type, const char* domain, const std::string& name) {
-    auto r = Zeroed<GroupRecord>();
-    Put(r.name, name);
-    Put(r.description, Text());
-    Put(r.vendorName, Chance(75) ? kHttp : kRadius);
-    Call(
-        Xo_PolicyApi_AddGroup(h_, type, domain, &r, 0),
-        "AddGroup " + std::to_string(type) + " " + Quote(domain ? domain : "") + " " + Quote(name));
-  }
-
-  void Member(int32_t type, const char* domain, const std::string& group, const std::string& member,
-              const std::string& realm = "") {
-    Call(Xo_PolicyApi_AddToGroup(h_, type, group.c_str(), member.c_str(), domain, realm.c_str()),
-         "AddToGroup " + std::to_string(type) + " " + Quote(domain ? domain : "") + " " +
-             Quote(group) + " member " + Quote(member) + " realm " + Quote(realm));
-  }
-
-  void RuleGroups(DomainObjects& d) {
-    for (size_t n = Below(4); n > 0; --n) {
-      Group(XO_GROUP_RULE, d.name.c_str(), Fresh(kRuleGroupNames, d.ruleGroups));
+  // Groups of one kind. Members come from `leaves`, at times every leaf of
+  // one name (a rule from each realm that has it), and now and then an
+  // earlier group; a leaf named like a group is left out, as the library
+  // would take the group.
+  void Groups(int32_t type, const std::string& domain, size_t count, const NameList& pool,
+              NameList& groups, const std::vector<Leaf>& leaves) {
+    for (; count > 0; --count) {
+      auto r = Named<GroupRecord>(pool, groups);
+      Put(r.vendorName, Pick(kAgentTypes));
+      XO_CALL(Xo_PolicyApi_AddGroup, type, Scope(domain), &r, 0);
     }
-    for (size_t g = 0; g < d.ruleGroups.size(); ++g) {
-      std::vector<RuleName> members = Some(d.rules, 3);
-      if (Chance(50)) {
-        // Every rule of one name, from the realms it is in.
-        const std::string name = Pick(d.rules).name;
-        for (const RuleName& rule : d.rules) {
-          if (rule.name == name &&
-              std::find(members.begin(), members.end(), rule) == members.end()) {
-            members.push_back(rule);
-          }
+    for (size_t g = 0; g < groups.size(); ++g) {
+      std::vector<Leaf> members = Some(leaves, 3);
+      if (!leaves.empty() && Chance(50)) {
+        const std::string name = Pick(leaves).name;
+        for (const Leaf& leaf : leaves) {
+          if (leaf.name == name && !Holds(members, leaf)) members.push_back(leaf);
         }
       }
-      for (const RuleName& rule : members) {
-        // A member name that is also a group's is taken as the group.
-        if (Holds(d.ruleGroups, rule.name)) continue;
-        Member(XO_GROUP_RULE, d.name.c_str(), d.ruleGroups[g], rule.name, rule.realm);
+      auto add = [&](const std::string& member, const std::string& realm) {
+        XO_CALL(Xo_PolicyApi_AddToGroup, type, groups[g].c_str(), member.c_str(), Scope(domain),
+                realm.c_str());
+      };
+      for (const auto& [realm, member] : members) {
+        if (!Holds(groups, member)) add(member, realm);
       }
-      if (g > 0 && Chance(50)) {
-        Member(XO_GROUP_RULE, d.name.c_str(), d.ruleGroups[g], d.ruleGroups[Below(g)]);
-      }
+      if (g > 0 && Chance(50)) add(groups[Below(g)], "");
     }
   }
 
   void Responses(DomainObjects& d) {
     for (size_t n = 1 + Below(3); n > 0; --n) {
-      const std::string name = Fresh(kResponseNames, d.responses);
-      const bool http = Chance(70);
-      auto r = Zeroed<ResponseRecord>();
-      Put(r.name, name);
-      Put(r.description, Text());
-      Put(r.agentTypeName, http ? kHttp : kRadius);
-      Call(Xo_PolicyApi_AddResponse(h_, d.name.c_str(), &r, 0),
-           "AddResponse " + Quote(d.name) + " " + Quote(name));
+      auto r = Named<ResponseRecord>(kResponseNames, d.responses);
+      const std::string name = r.name;
+      Put(r.agentTypeName, Pick(kAgentTypes));
+      XO_CALL(Xo_PolicyApi_AddResponse, d.name.c_str(), &r, 0);
+      const bool http = std::string(r.agentTypeName) == "HTTP Agent";
       for (size_t a = Below(4); a > 0; --a) {
         auto attr = Zeroed<ResponseAttrRecord>();
         Put(attr.attrName, Pick(http ? kHttpAttributes : kRadiusAttributes));
         Put(attr.value, Pick(kAttributeValues));
-        attr.attrInt1 = Small();
-        attr.attrInt2 = Small();
-        Call(Xo_PolicyApi_AddResponseAttr(h_, name.c_str(), d.name.c_str(), &attr),
-             "AddResponseAttr " + Quote(d.name) + " " + Quote(name) + " " + Quote(attr.attrName) +
-                 " " + Quote(attr.value));
-      }
-    }
-  }
-
-  void ResponseGroups(DomainObjects& d) {
-    for (size_t n = Below(3); n > 0; --n) {
-      Group(XO_GROUP_RESPONSE, d.name.c_str(), Fresh(kResponseGroupNames, d.responseGroups));
-    }
-    for (size_t g = 0; g < d.responseGroups.size(); ++g) {
-      for (const std::string& response : Some(d.responses, 3)) {
-        if (Holds(d.responseGroups, response)) continue;
-        Member(XO_GROUP_RESPONSE, d.name.c_str(), d.responseGroups[g], response);
-      }
-      if (g > 0 && Chance(50)) {
-        Member(XO_GROUP_RESPONSE, d.name.c_str(), d.responseGroups[g], d.responseGroups[Below(g)]);
+        Smalls(attr.attrInt1, attr.attrInt2);
+        XO_CALL(Xo_PolicyApi_AddResponseAttr, name.c_str(), d.name.c_str(), &attr);
       }
     }
   }
 
   void Policies(DomainObjects& d) {
     for (size_t n = 1 + Below(3); n > 0; --n) {
-      const std::string name = Fresh(kPolicyNames, d.policies);
-      auto r = Zeroed<PolicyRecord>();
-      Put(r.name, name);
-      Put(r.description, Text());
-      Put(r.policyText1, Text());
-      Put(r.policyText2, Text());
-      r.policyFlag = Flag();
-      Call(Xo_PolicyApi_AddPolicy(h_, d.name.c_str(), &r, 0),
-           "AddPolicy " + Quote(d.name) + " " + Quote(name));
+      auto r = Named<PolicyRecord>(kPolicyNames, d.policies);
+      const std::string name = r.name;
+      Texts(r.policyText1, r.policyText2);
+      Flags(r.policyFlag);
+      XO_CALL(Xo_PolicyApi_AddPolicy, d.name.c_str(), &r, 0);
       for (size_t l = Below(5); l > 0; --l) Link(d, name);
       for (size_t u = Below(4); u > 0; --u) {
         const std::string entry = Pick(kEntries);
         const auto resolution = static_cast<Xo_PolicyResolution_t>(Chance(50) ? 0 : Below(5));
-        Call(Xo_PolicyApi_AddUsersToPolicy(h_, d.name.c_str(), name.c_str(), userDirectory_.c_str(),
-                                           entry.c_str(), resolution),
-             "AddUsersToPolicy " + Quote(d.name) + " " + Quote(name) + " " + Quote(userDirectory_) +
-                 " " + Quote(entry) + " resolution " + std::to_string(resolution));
+        XO_CALL(Xo_PolicyApi_AddUsersToPolicy, d.name.c_str(), name.c_str(), userDirectory_.c_str(),
+                entry.c_str(), resolution);
       }
     }
   }
@@ -481,40 +397,31 @@ class Generator {
       const std::string group = Pick(d.ruleGroups);
       NameList realms;
       for (const std::string& realm : d.realms) {
-        if (!d.HasRule(realm, group)) realms.push_back(realm);
+        if (!Holds(d.rules, {realm, group})) realms.push_back(realm);
       }
       if (realms.empty()) return;
       Put(r.realmName, Pick(realms));
       Put(r.ruleName, group);
     } else {
-      const RuleName rule = Pick(d.rules);
+      const Leaf rule = Pick(d.rules);
       Put(r.realmName, rule.realm);
       Put(r.ruleName, rule.name);
     }
     const size_t response = Below(10);
     if (response >= 4 && response < 8) Put(r.responseName, Pick(d.responses));
     if (response >= 8 && !d.responseGroups.empty()) Put(r.responseName, Pick(d.responseGroups));
-    const std::string call = "AddPolicyLink " + Quote(d.name) + " " + Quote(policy) + " realm " +
-                             Quote(r.realmName) + " " + Quote(r.ruleName) + " response " +
-                             Quote(r.responseName);
-    Call(Xo_PolicyApi_AddPolicyLink(h_, d.name.c_str(), policy.c_str(), &r), call);
     // The same link twice is two links.
-    if (Chance(10)) Call(Xo_PolicyApi_AddPolicyLink(h_, d.name.c_str(), policy.c_str(), &r), call);
+    for (int times = Chance(10) ? 2 : 1; times > 0; --times) {
+      XO_CALL(Xo_PolicyApi_AddPolicyLink, d.name.c_str(), policy.c_str(), &r);
+    }
   }
 
   PolicyApiSession* h_;
   std::mt19937 random_;
-  std::string odbc_;
+  std::string odbc_, userDirectory_;
   std::vector<std::string> calls_;
-  NameList queries_;
-  NameList directories_;
-  std::string userDirectory_;
-  NameList schemes_{"Basic"};
-  NameList agents_;
-  NameList agentGroups_;
-  NameList admins_;
-  NameList storeAdmins_;
-  NameList domains_;
+  NameList queries_, directories_, schemes_{"Basic"}, agents_, agentGroups_, admins_, storeAdmins_,
+      domains_;
 };
 
 }  // namespace

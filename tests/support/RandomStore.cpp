@@ -1,6 +1,7 @@
 #include "support/RandomStore.h"
 
 #include <algorithm>
+#include <iterator>
 #include <random>
 #include <sstream>
 #include <stdexcept>
@@ -55,11 +56,6 @@ struct Leaf {
   bool operator==(const Leaf&) const = default;
 };
 
-template <class T>
-bool Holds(const std::vector<T>& items, const T& item) {
-  return std::find(items.begin(), items.end(), item) != items.end();
-}
-
 struct DomainObjects {
   std::string name;
   NameList realms, ruleGroups, responses, responseGroups, policies;
@@ -78,11 +74,9 @@ class Generator {
     // The administrators the store was made with may manage domains too.
     char** names = nullptr;
     XO_CALL(Xo_PolicyApi_GetGlobalObjectNames, XO_GLOBAL_ADMINISTRATORS, &names);
-    storeAdmins_ = Names(names);
+    admins_ = Names(names);
     QuerySchemesAndDirectories();
-    Schemes();
-    Agents();
-    Administrators();
+    SchemesAgentsAndAdministrators();
     for (size_t n = 1 + Below(3); n > 0; --n) Domain();
     return std::move(calls_);
   }
@@ -93,18 +87,15 @@ class Generator {
   size_t Below(size_t n) { return random_() % n; }
   bool Chance(unsigned percent) { return random_() % 100 < percent; }
   std::string Text() { return Chance(40) ? "" : Pick(kTexts); }
-  // Each field a text, a flag or a small number, drawn in turn.
+  // Each field a text, drawn in turn.
   template <size_t... N>
   void Texts(char (&... fields)[N]) {
     (Put(fields, Text()), ...);
   }
-  template <class... Flag>
-  void Flags(Flag&... flags) {
-    ((flags = Chance(50) ? 1 : 0), ...);
-  }
-  template <class... Int>
-  void Smalls(Int&... numbers) {
-    ((numbers = static_cast<int32_t>(Below(4))), ...);
+  // Each field a number below `bound`, drawn in turn.
+  template <class... Field>
+  void Draw(unsigned bound, Field&... fields) {
+    ((fields = static_cast<Field>(Below(bound))), ...);
   }
   template <class T>
   T Pick(const std::vector<T>& from) {
@@ -125,12 +116,9 @@ class Generator {
   // A name of the pool not taken yet, now taken; empty when the pool is used up.
   std::string Fresh(const NameList& pool, NameList& taken) {
     NameList free;
-    for (const std::string& name : pool) {
-      if (!Holds(taken, name)) free.push_back(name);
-    }
-    if (free.empty()) return "";
-    taken.push_back(Pick(free));
-    return taken.back();
+    std::ranges::copy_if(pool, std::back_inserter(free),
+                         [&](const std::string& name) { return !std::ranges::count(taken, name); });
+    return free.empty() ? "" : taken.emplace_back(Pick(free));
   }
   // A record named from the pool, with a description.
   template <class Record>
@@ -140,9 +128,6 @@ class Generator {
     Texts(r.description);
     return r;
   }
-  static const char* Scope(const std::string& domain) {
-    return domain.empty() ? nullptr : domain.c_str();
-  }
 
   // Records the call; throws when the library refused it.
   void Call(int32_t rc, const std::string& call) {
@@ -151,10 +136,14 @@ class Generator {
   }
   template <class T>
   static std::string Show(const T& value) {
-    if constexpr (std::is_arithmetic_v<T> || std::is_enum_v<T>) return std::to_string(value);
-    if constexpr (std::is_convertible_v<T, const char*>)
-      return value ? "'" + std::string(value) + "'" : "null";
-    if constexpr (requires { value->name; }) return value->name;
+    if constexpr (std::is_arithmetic_v<T> || std::is_enum_v<T>) {
+      return std::to_string(value);
+    } else if constexpr (std::is_convertible_v<T, const char*>) {
+      const char* text = value;
+      return text ? text : "(null)";
+    } else if constexpr (requires { value->name; }) {
+      return value->name;
+    }
     return "...";
   }
   template <class... Args>
@@ -189,19 +178,19 @@ class Generator {
       Put(r.string3, "(uid=");
       Put(r.string4, ")");
       Texts(r.string7, r.string13);
-      Smalls(r.int1);
-      Flags(r.flag1, r.flag2);
+      Draw(4, r.int1);
+      Draw(2, r.flag1, r.flag2);
     }
     XO_CALL(Xo_PolicyApi_CreateUserDir, &r, 0);
   }
 
-  void Schemes() {
+  void SchemesAgentsAndAdministrators() {
     for (size_t n = 1 + Below(2); n > 0; --n) {
       auto r = Named<SchemeRecord>(kSchemeNames, schemes_);
       Put(r.schemeString1, Pick(Split("basic|forms|cert")));
       Texts(r.schemeString2, r.schemeString3);
-      Smalls(r.schemeInt1, r.schemeInt2);
-      Flags(r.schemeFlag1, r.schemeFlag3, r.schemeFlag5);
+      Draw(4, r.schemeInt1, r.schemeInt2);
+      Draw(2, r.schemeFlag1, r.schemeFlag3, r.schemeFlag5);
       XO_CALL(Xo_PolicyApi_AddScheme, &r, 0);
     }
     if (Chance(25)) {
@@ -209,27 +198,20 @@ class Generator {
       SchemeRecord* basic = nullptr;
       XO_CALL(Xo_PolicyApi_GetScheme, schemes_[0].c_str(), &basic);
       std::vector<SchemeRecord> records = Collect(basic);
-      if (records.size() != 1) throw std::runtime_error("no single scheme \"Basic\"");
-      Put(records[0].description, "changed: " + Text());
+      Put(records.at(0).description, "changed: " + Text());
       records[0].schemeInt2 = 7;
       XO_CALL(Xo_PolicyApi_AddScheme, &records[0], 1);
     }
-  }
-
-  void Agents() {
     std::vector<Leaf> agents;
     for (size_t n = 2 + Below(3); n > 0; --n) {
       auto r = Named<AgentRecord>(kAgentNames, agents_);
       Put(r.agentTypeName, Pick(kAgentTypes));
       Texts(r.agentString1, r.agentString2);
-      Smalls(r.agentInt);
+      Draw(4, r.agentInt);
       XO_CALL(Xo_PolicyApi_AddAgent, &r, 0);
       agents.push_back({"", r.name});
     }
     Groups(XO_GROUP_AGENT, "", Below(3), kAgentGroupNames, agentGroups_, agents);
-  }
-
-  void Administrators() {
     for (size_t n = 1 + Below(3); n > 0; --n) {
       auto r = Named<AdminRecord>(kAdminNames, admins_);
       const size_t rights = Below(10);
@@ -264,47 +246,53 @@ class Generator {
       order.push_back(nullptr);
       XO_CALL(Xo_PolicyApi_SetUserDirSearchOrder, name, order.data());
     }
-    NameList admins = admins_;
-    admins.insert(admins.end(), storeAdmins_.begin(), storeAdmins_.end());
-    for (const std::string& admin : Some(admins, 2)) {
+    for (const std::string& admin : Some(admins_, 2)) {
       XO_CALL(Xo_PolicyApi_AddAdminToDomain, admin.c_str(), name);
     }
-    Realms(d);
-    Rules(d);
-    Groups(XO_GROUP_RULE, d.name, Below(4), kRuleGroupNames, d.ruleGroups, d.rules);
-    Responses(d);
-    std::vector<Leaf> responses;
-    for (const std::string& response : d.responses) responses.push_back({"", response});
-    Groups(XO_GROUP_RESPONSE, d.name, Below(3), kResponseGroupNames, d.responseGroups, responses);
-    Policies(d);
-  }
-
-  void Realms(DomainObjects& d) {
     NameList pool = kRealmNames;
     if (Chance(15)) pool.push_back(d.name);
     for (size_t n = 2 + Below(4); n > 0; --n) {
       const std::string parent = d.realms.empty() || Chance(40) ? "" : Pick(d.realms);
-      auto r = Named<RealmRecord>(pool, d.realms);
-      Put(r.parentName, parent);
-      Put(r.agentName, !agentGroups_.empty() && Chance(25) ? Pick(agentGroups_) : Pick(agents_));
-      Put(r.schemeName, Pick(schemes_));
-      Texts(r.realmText);
-      Flags(r.realmFlag1, r.realmFlag2, r.realmFlag4);
-      Smalls(r.realmInt1, r.realmInt2);
-      r.realmInt1 *= 900;
-      XO_CALL(Xo_PolicyApi_AddRealm, d.name.c_str(), &r, 0);
+      auto realm = Named<RealmRecord>(pool, d.realms);
+      Put(realm.parentName, parent);
+      Put(realm.agentName,
+          !agentGroups_.empty() && Chance(25) ? Pick(agentGroups_) : Pick(agents_));
+      Put(realm.schemeName, Pick(schemes_));
+      Texts(realm.realmText);
+      Draw(2, realm.realmFlag1, realm.realmFlag2, realm.realmFlag4);
+      Draw(4, realm.realmInt1, realm.realmInt2);
+      XO_CALL(Xo_PolicyApi_AddRealm, name, &realm, 0);
     }
+    Rules(d);
+    Groups(XO_GROUP_RULE, d.name, Below(4), kRuleGroupNames, d.ruleGroups, d.rules);
+    std::vector<Leaf> responses;
+    for (size_t n = 1 + Below(3); n > 0; --n) {
+      auto response = Named<ResponseRecord>(kResponseNames, d.responses);
+      Put(response.agentTypeName, Pick(kAgentTypes));
+      XO_CALL(Xo_PolicyApi_AddResponse, name, &response, 0);
+      responses.push_back({"", response.name});
+      const bool http = std::string(response.agentTypeName) == "HTTP Agent";
+      for (size_t a = Below(4); a > 0; --a) {
+        auto attr = Zeroed<ResponseAttrRecord>();
+        Put(attr.attrName, Pick(http ? kHttpAttributes : kRadiusAttributes));
+        Put(attr.value, Pick(kAttributeValues));
+        Draw(4, attr.attrInt1, attr.attrInt2);
+        XO_CALL(Xo_PolicyApi_AddResponseAttr, response.name, name, &attr);
+      }
+    }
+    Groups(XO_GROUP_RESPONSE, d.name, Below(3), kResponseGroupNames, d.responseGroups, responses);
+    Policies(d);
   }
 
   void Rule(DomainObjects& d, const std::string& realm, const std::string& name) {
-    if (Holds(d.rules, {realm, name})) return;
+    if (std::ranges::count(d.rules, Leaf{realm, name})) return;
     auto r = Zeroed<RuleRecord>();
     Put(r.name, name);
     Put(r.realmName, realm);
     Put(r.ruleText1, Pick(Split("GET|POST|GET,POST|")));
     Put(r.ruleText2, Chance(70) ? Pick(Split("/|/forms/*|/payroll")) : Text());
     Texts(r.description, r.ruleText3);
-    Flags(r.ruleFlag1, r.ruleFlag2, r.ruleFlag3);
+    Draw(2, r.ruleFlag1, r.ruleFlag2, r.ruleFlag3);
     XO_CALL(Xo_PolicyApi_AddRule, d.name.c_str(), &r, 0);
     d.rules.push_back({realm, name});
   }
@@ -318,7 +306,7 @@ class Generator {
       others.erase(std::find(others.begin(), others.end(), rule.realm));
       Rule(d, Pick(others), rule.name);
     }
-    if (Holds(d.realms, std::string("a")) && Holds(d.realms, std::string("a/b")) && Chance(50)) {
+    if (std::ranges::count(d.realms, "a") && std::ranges::count(d.realms, "a/b") && Chance(50)) {
       // Realm and rule names that read the same when joined by a slash.
       Rule(d, "a", "b/c");
       Rule(d, "a/b", "c");
@@ -334,41 +322,24 @@ class Generator {
     for (; count > 0; --count) {
       auto r = Named<GroupRecord>(pool, groups);
       Put(r.vendorName, Pick(kAgentTypes));
-      XO_CALL(Xo_PolicyApi_AddGroup, type, Scope(domain), &r, 0);
+      XO_CALL(Xo_PolicyApi_AddGroup, type, domain.empty() ? nullptr : domain.c_str(), &r, 0);
     }
     for (size_t g = 0; g < groups.size(); ++g) {
       std::vector<Leaf> members = Some(leaves, 3);
       if (!leaves.empty() && Chance(50)) {
         const std::string name = Pick(leaves).name;
         for (const Leaf& leaf : leaves) {
-          if (leaf.name == name && !Holds(members, leaf)) members.push_back(leaf);
+          if (leaf.name == name && !std::ranges::count(members, leaf)) members.push_back(leaf);
         }
       }
       auto add = [&](const std::string& member, const std::string& realm) {
-        XO_CALL(Xo_PolicyApi_AddToGroup, type, groups[g].c_str(), member.c_str(), Scope(domain),
-                realm.c_str());
+        XO_CALL(Xo_PolicyApi_AddToGroup, type, groups[g].c_str(), member.c_str(),
+                domain.empty() ? nullptr : domain.c_str(), realm.c_str());
       };
       for (const auto& [realm, member] : members) {
-        if (!Holds(groups, member)) add(member, realm);
+        if (!std::ranges::count(groups, member)) add(member, realm);
       }
-      if (g > 0 && Chance(50)) add(groups[Below(g)], "");
-    }
-  }
-
-  void Responses(DomainObjects& d) {
-    for (size_t n = 1 + Below(3); n > 0; --n) {
-      auto r = Named<ResponseRecord>(kResponseNames, d.responses);
-      const std::string name = r.name;
-      Put(r.agentTypeName, Pick(kAgentTypes));
-      XO_CALL(Xo_PolicyApi_AddResponse, d.name.c_str(), &r, 0);
-      const bool http = std::string(r.agentTypeName) == "HTTP Agent";
-      for (size_t a = Below(4); a > 0; --a) {
-        auto attr = Zeroed<ResponseAttrRecord>();
-        Put(attr.attrName, Pick(http ? kHttpAttributes : kRadiusAttributes));
-        Put(attr.value, Pick(kAttributeValues));
-        Smalls(attr.attrInt1, attr.attrInt2);
-        XO_CALL(Xo_PolicyApi_AddResponseAttr, name.c_str(), d.name.c_str(), &attr);
-      }
+      if (g > 0 && Chance(75)) add(groups[Below(g)], "");
     }
   }
 
@@ -377,7 +348,7 @@ class Generator {
       auto r = Named<PolicyRecord>(kPolicyNames, d.policies);
       const std::string name = r.name;
       Texts(r.policyText1, r.policyText2);
-      Flags(r.policyFlag);
+      Draw(2, r.policyFlag);
       XO_CALL(Xo_PolicyApi_AddPolicy, d.name.c_str(), &r, 0);
       for (size_t l = Below(5); l > 0; --l) Link(d, name);
       for (size_t u = Below(4); u > 0; --u) {
@@ -397,7 +368,7 @@ class Generator {
       const std::string group = Pick(d.ruleGroups);
       NameList realms;
       for (const std::string& realm : d.realms) {
-        if (!Holds(d.rules, {realm, group})) realms.push_back(realm);
+        if (!std::ranges::count(d.rules, Leaf{realm, group})) realms.push_back(realm);
       }
       if (realms.empty()) return;
       Put(r.realmName, Pick(realms));
@@ -420,8 +391,7 @@ class Generator {
   std::mt19937 random_;
   std::string odbc_, userDirectory_;
   std::vector<std::string> calls_;
-  NameList queries_, directories_, schemes_{"Basic"}, agents_, agentGroups_, admins_, storeAdmins_,
-      domains_;
+  NameList queries_, directories_, schemes_{"Basic"}, agents_, agentGroups_, admins_, domains_;
 };
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <iterator>
 #include <map>
+#include <memory>
 #include <stdexcept>
 #include <tuple>
 
@@ -19,9 +20,11 @@ using Row = std::map<std::string, std::string>;  // values by column, the table 
 class Model {
  public:
   explicit Model(const std::string& path) {
-    if (sqlite3_open_v2(path.c_str(), &db_, SQLITE_OPEN_READONLY, nullptr) != SQLITE_OK) {
-      throw std::runtime_error("cannot open " + path + ": " + sqlite3_errmsg(db_));
-    }
+    sqlite3* db = nullptr;
+    const int rc = sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READONLY, nullptr);
+    db_.reset(db);
+    if (rc != SQLITE_OK)
+      throw std::runtime_error("cannot open " + path + ": " + sqlite3_errmsg(db));
     for (const Row& table : Query("SELECT name FROM sqlite_master WHERE type = 'table' AND name "
                                   "NOT LIKE 'xo!_%' ESCAPE '!' AND name <> 'server_command'")) {
       for (Row& row : Query("SELECT * FROM \"" + table.at("name") + "\"")) {
@@ -29,27 +32,18 @@ class Model {
         objects_[row.at("oid")] = row;
       }
     }
-    lists_ = Query("SELECT * FROM xo_list ORDER BY owner, prop, pos");
+    lists_ = Query("SELECT * FROM xo_list");
   }
-  ~Model() { sqlite3_close(db_); }
-  Model(const Model&) = delete;
-  Model& operator=(const Model&) = delete;
 
   Lines Read() {
     Lines lines;
     for (const auto& [oid, row] : objects_) lines.push_back(Render(row));
-    // Lists by owner and property; only a domain's directories keep an order.
-    std::map<std::pair<std::string, std::string>, Lines> lists;
-    for (const Row& item : lists_)
-      lists[{item.at("owner"), item.at("prop")}].push_back(item.at("member"));
-    for (auto& [key, members] : lists) {
-      for (std::string& member : members) member = Label(member);
-      const bool ordered = objects_[key.first]["(kind)"] == "domain" &&
-                           key.second == std::to_string(CXoObjDomain::UserDirectories);
-      if (!ordered) std::sort(members.begin(), members.end());
-      std::string line = "list " + key.second + " of " + Label(key.first) + ":";
-      for (const std::string& member : members) line += " [" + member + "]";
-      lines.push_back(line);
+    // A line for each member of a list; only a domain's directories keep an order.
+    for (const Row& item : lists_) {
+      const bool ordered = objects_[item.at("owner")]["(kind)"] == "domain" &&
+                           item.at("prop") == std::to_string(CXoObjDomain::UserDirectories);
+      lines.push_back("list " + item.at("prop") + (ordered ? " at " + item.at("pos") : "") +
+                      " of " + Label(item.at("owner")) + ": " + Label(item.at("member")));
     }
     std::sort(lines.begin(), lines.end());
     return lines;
@@ -58,8 +52,8 @@ class Model {
  private:
   std::vector<Row> Query(const std::string& sql) {
     sqlite3_stmt* statement = nullptr;
-    if (sqlite3_prepare_v2(db_, sql.c_str(), -1, &statement, nullptr) != SQLITE_OK) {
-      throw std::runtime_error(sql + ": " + sqlite3_errmsg(db_));
+    if (sqlite3_prepare_v2(db_.get(), sql.c_str(), -1, &statement, nullptr) != SQLITE_OK) {
+      throw std::runtime_error(sql + ": " + sqlite3_errmsg(db_.get()));
     }
     std::vector<Row> rows;
     while (sqlite3_step(statement) == SQLITE_ROW) {
@@ -97,7 +91,7 @@ class Model {
     return line;
   }
 
-  sqlite3* db_ = nullptr;
+  std::unique_ptr<sqlite3, int (*)(sqlite3*)> db_{nullptr, sqlite3_close};
   std::map<std::string, Row> objects_;  // by identifier
   std::vector<Row> lists_;
 };

@@ -1,6 +1,6 @@
-// A store's contents as comparable text, read from its database file: one
-// line for each object with every stored value, and one for each list an
-// object holds, with identifiers replaced by what they name (kind, name and
+// A store's contents as comparable text, read from its database file: a line
+// for each object with every stored value, and one for each member of a list
+// an object holds, with identifiers replaced by what they name (kind, name and
 // owners; for an object without a name, its whole line). Two stores built
 // apart compare equal when they hold the same objects. The audit trail and
 // server commands are left out.

@@ -47,50 +47,38 @@ std::vector<size_t> OffsetsOf(Fields... fields) {
   return {static_cast<size_t>(reinterpret_cast<const char*>(&(record.*fields)) - base)...};
 }
 template <class R>
-const std::vector<size_t>& TextFields() {
+const std::vector<size_t>& TextFields();
+#define XO_TEXT_FIELDS(R, ...)                                          \
+  template <>                                                           \
+  inline const std::vector<size_t>& TextFields<R>() {                   \
+    using T = R;                                                        \
+    static const std::vector<size_t> texts = OffsetsOf<T>(__VA_ARGS__); \
+    return texts;                                                       \
+  }
+// clang-format off
+XO_TEXT_FIELDS(RuleRecord, &T::objectId, &T::name, &T::description, &T::realmName, &T::ruleText1, &T::ruleText2, &T::timeText, &T::ruleText3)
+XO_TEXT_FIELDS(PolicyRecord, &T::objectId, &T::name, &T::description, &T::policyText1, &T::policyText2)
+XO_TEXT_FIELDS(RealmRecord, &T::objectId, &T::name, &T::description, &T::realmText, &T::agentName, &T::schemeName, &T::parentName)
+XO_TEXT_FIELDS(ResponseRecord, &T::objectId, &T::name, &T::description, &T::agentTypeName)
+XO_TEXT_FIELDS(UserDirRecord, &T::objectId, &T::name, &T::description, &T::directoryType, &T::string1, &T::string2, &T::string3, &T::string4, &T::string5, &T::string6, &T::string7, &T::string8, &T::querySchemeName, &T::string9, &T::string10, &T::string11, &T::string12, &T::string13)
+XO_TEXT_FIELDS(AgentRecord, &T::objectId, &T::name, &T::description, &T::agentString1, &T::agentString2, &T::agentTypeName)
+XO_TEXT_FIELDS(DomainRecord, &T::objectId, &T::name, &T::description)
+XO_TEXT_FIELDS(GroupRecord, &T::objectId, &T::name, &T::description, &T::vendorName)
+XO_TEXT_FIELDS(PolicyLinkRecord, &T::objectId, &T::realmName, &T::ruleName, &T::responseName)
+XO_TEXT_FIELDS(ResponseAttrRecord, &T::objectId, &T::attrName, &T::value)
+XO_TEXT_FIELDS(SchemeRecord, &T::objectId, &T::name, &T::description, &T::schemeString1, &T::schemeString2, &T::schemeString3)
+XO_TEXT_FIELDS(AdminRecord, &T::objectId, &T::name, &T::description, &T::adminText, &T::userDirName, &T::schemeName)
+XO_TEXT_FIELDS(ManagementCommandRecord, &T::argument)
+// clang-format on
+#undef XO_TEXT_FIELDS
+// The scheme's fifteen queries are text fields too.
+template <>
+inline const std::vector<size_t>& TextFields<OdbcQuerySchemeRecord>() {
+  using T = OdbcQuerySchemeRecord;
   static const std::vector<size_t> texts = [] {
-    using T = R;
-    if constexpr (std::is_same_v<T, RuleRecord>) {
-      return OffsetsOf<T>(&T::objectId, &T::name, &T::description, &T::realmName, &T::ruleText1,
-                          &T::ruleText2, &T::timeText, &T::ruleText3);
-    } else if constexpr (std::is_same_v<T, PolicyRecord>) {
-      return OffsetsOf<T>(&T::objectId, &T::name, &T::description, &T::policyText1,
-                          &T::policyText2);
-    } else if constexpr (std::is_same_v<T, RealmRecord>) {
-      return OffsetsOf<T>(&T::objectId, &T::name, &T::description, &T::realmText, &T::agentName,
-                          &T::schemeName, &T::parentName);
-    } else if constexpr (std::is_same_v<T, ResponseRecord>) {
-      return OffsetsOf<T>(&T::objectId, &T::name, &T::description, &T::agentTypeName);
-    } else if constexpr (std::is_same_v<T, UserDirRecord>) {
-      return OffsetsOf<T>(&T::objectId, &T::name, &T::description, &T::directoryType, &T::string1,
-                          &T::string2, &T::string3, &T::string4, &T::string5, &T::string6,
-                          &T::string7, &T::string8, &T::querySchemeName, &T::string9, &T::string10,
-                          &T::string11, &T::string12, &T::string13);
-    } else if constexpr (std::is_same_v<T, AgentRecord>) {
-      return OffsetsOf<T>(&T::objectId, &T::name, &T::description, &T::agentString1,
-                          &T::agentString2, &T::agentTypeName);
-    } else if constexpr (std::is_same_v<T, DomainRecord> || std::is_same_v<T, GroupRecord>) {
-      std::vector<size_t> texts = OffsetsOf<T>(&T::objectId, &T::name, &T::description);
-      if constexpr (std::is_same_v<T, GroupRecord>) texts.push_back(offsetof(T, vendorName));
-      return texts;
-    } else if constexpr (std::is_same_v<T, PolicyLinkRecord>) {
-      return OffsetsOf<T>(&T::objectId, &T::realmName, &T::ruleName, &T::responseName);
-    } else if constexpr (std::is_same_v<T, ResponseAttrRecord>) {
-      return OffsetsOf<T>(&T::objectId, &T::attrName, &T::value);
-    } else if constexpr (std::is_same_v<T, SchemeRecord>) {
-      return OffsetsOf<T>(&T::objectId, &T::name, &T::description, &T::schemeString1,
-                          &T::schemeString2, &T::schemeString3);
-    } else if constexpr (std::is_same_v<T, AdminRecord>) {
-      return OffsetsOf<T>(&T::objectId, &T::name, &T::description, &T::adminText, &T::userDirName,
-                          &T::schemeName);
-    } else if constexpr (std::is_same_v<T, OdbcQuerySchemeRecord>) {
-      std::vector<size_t> texts = OffsetsOf<T>(&T::objectId, &T::name, &T::description);
-      for (size_t i = 0; i < 15; ++i) texts.push_back(offsetof(T, query) + i * XO_TEXT_FIELD);
-      return texts;
-    } else {
-      static_assert(std::is_same_v<T, ManagementCommandRecord>);
-      return OffsetsOf<T>(&T::argument);
-    }
+    std::vector<size_t> offsets = OffsetsOf<T>(&T::objectId, &T::name, &T::description);
+    for (size_t i = 0; i < 15; ++i) offsets.push_back(offsetof(T, query) + i * XO_TEXT_FIELD);
+    return offsets;
   }();
   return texts;
 }

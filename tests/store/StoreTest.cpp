@@ -70,6 +70,18 @@ TEST_F(StoreTest, LoginsMakeSessionsAndAStoreOpensOnlyFromItsOwnFile) {
             kNoSession);
   EXPECT_EQ(CreateStore({"sqlite", path_}, {"x", "y", "minimum"}, message), kExists);
   EXPECT_NE(message.find("already exists"), std::string::npos) << message;
+  // What a new store cannot be made with is refused before the file is made.
+  const std::string fresh = directory_ + "/fresh.db", longest(1023, 'n');
+  const std::pair<NewStoreOptions, int32_t> refusals[] = {
+      {{"x", "y", "extreme"}, kInvalidArgument},
+      {{"x", "", "minimum"}, kNameRequired},
+      {{longest + "n", "y", "minimum"}, kTextTooLong},
+      {{"x", longest + "n", "minimum"}, kTextTooLong}};
+  for (const auto& [options, code] : refusals) {
+    EXPECT_EQ(CreateStore({"sqlite", fresh}, options, message), code) << options.hashCost;
+    EXPECT_FALSE(std::filesystem::exists(fresh)) << message;
+  }
+  EXPECT_GE(CreateStore({"sqlite", fresh}, {longest, longest, "minimum"}, message), 0) << message;
   store_.reset();
   std::ofstream(directory_ + "/empty.db").close();
   for (const auto& [store, error] :

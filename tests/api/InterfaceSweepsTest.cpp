@@ -110,30 +110,21 @@ TEST_P(InterfaceSweep, HandlesWithoutALiveSessionAreRefused) {
 // from gives its code and changes nothing; a failure it absorbs gives 0.
 TEST_P(InterfaceSweep, EachStoreCallFailingIsMappedAndChangesNothing) {
   std::vector<std::string> seen;
-  for (int k = 1;; ++k) {
-    ASSERT_LT(k, 200) << "the call never stops reaching the store";
-    const std::string before = Snapshot();
-    Faults().FailAt(StoreOp::Any, k, kBusyCode);
-    const int32_t rc = Call(handle_);
-    const bool fired = Faults().Fired();
-    const StoreOp op = Faults().FiredOp();
-    const int ordinal = Faults().FiredOrdinal();
-    Faults().Disarm();
-    if (!fired) {
-      EXPECT_EQ(rc, XO_OK) << "once no store call fails";
-      break;
-    }
-    seen.push_back(std::to_string(k) + " " + OpName(op) + "#" + std::to_string(ordinal) + " " +
-                   std::to_string(rc));
-    if (op == StoreOp::ReadRights) {
-      EXPECT_EQ(rc, XO_ERR_GENERAL) << seen.back();
-    }
-    if (rc == XO_OK || op == GetParam().failsAfterTheChange) {
-      StartAfresh();
-    } else {
-      EXPECT_EQ(Snapshot(), before) << seen.back();
-    }
-  }
+  int32_t last = XO_ERR_GENERAL;
+  SweepStoreFailures(
+      StoreOp::Any, kBusyCode, [&] { return last = Call(handle_); },
+      [&](const StoreFailure& failure) {
+        seen.push_back(failure.what + " " + std::to_string(failure.result));
+        if (failure.op == StoreOp::ReadRights) {
+          EXPECT_EQ(failure.result, XO_ERR_GENERAL) << seen.back();
+        }
+        if (failure.result == XO_OK || failure.op == GetParam().failsAfterTheChange) {
+          StartAfresh();
+        } else {
+          EXPECT_TRUE(failure.unchanged) << seen.back();
+        }
+      });
+  EXPECT_EQ(last, XO_OK) << "once no store call fails";
   ExpectAsRecorded("store", seen);
 }
 

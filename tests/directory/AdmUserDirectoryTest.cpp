@@ -45,7 +45,11 @@ class DirectoryAdminTest : public ApiTest {
   }
   // The number of runs with the k-th `op` failing, each giving `code`.
   int Sweep(StoreOp op, const std::function<int32_t()>& call, int32_t code) {
-    return SweepStoreFailures(op, kIoError, call, [code](StoreOp, int) { return code; });
+    return SweepStoreFailures(op, kIoError, call, [code](const StoreFailure& failure) {
+      EXPECT_EQ(failure.result, code) << failure.what;
+      EXPECT_TRUE(failure.unchanged)
+          << "the store changed when store call " << failure.what << " failed";
+    });
   }
 
   int32_t LoginAndUse(const std::string& name, const std::string& password) {

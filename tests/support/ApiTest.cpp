@@ -74,27 +74,23 @@ std::string ApiTest::Snapshot() const { return SnapshotStoreFile(storePath_); }
 CXoObjId ApiTest::Duplicate(const CXoObjId& id) { return DuplicateObject(storePath_, id); }
 
 int ApiTest::SweepStoreFailures(StoreOp op, int32_t code, const std::function<int32_t()>& call,
-                                const Expectation& expected) {
+                                const std::function<void(const StoreFailure&)>& check) {
   constexpr int kMostCalls = 500;
-  int failingRuns = 0;
   for (int k = 1; k <= kMostCalls; ++k) {
     const std::string before = Snapshot();
     Faults().FailAt(op, k, code);
     const int32_t result = call();
     const bool fired = Faults().Fired();
-    const StoreOp failed = Faults().FiredOp();
-    const int ordinal = Faults().FiredOrdinal();
+    StoreFailure failure{Faults().FiredOp(), Faults().FiredOrdinal(), result, false, ""};
     Faults().Disarm();
-    if (!fired) return failingRuns;
-    ++failingRuns;
-    const int32_t wanted = expected(failed, ordinal);
-    EXPECT_EQ(result, wanted) << "store call " << k << " (" << OpName(failed) << " #" << ordinal
-                              << ") failing with " << std::hex << code;
-    EXPECT_EQ(Snapshot(), before) << "store changed when store call " << k << " (" << OpName(failed)
-                                  << ") failed";
+    if (!fired) return k - 1;
+    failure.unchanged = Snapshot() == before;
+    failure.what =
+        std::to_string(k) + " " + OpName(failure.op) + "#" + std::to_string(failure.ordinal);
+    check(failure);
   }
   ADD_FAILURE() << "the call never stopped reaching the store";
-  return failingRuns;
+  return kMostCalls;
 }
 
 int ApiTest::SweepAllocationFailures(const std::function<int32_t()>& call, int32_t expected) {

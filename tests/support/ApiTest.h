@@ -38,15 +38,22 @@ class ApiTest : public ::testing::Test {
   std::string Snapshot() const;
   CXoObjId Duplicate(const CXoObjId& id);
 
+  // What a run of `call` gave with one store call failing: the failed
+  // operation, its ordinal among the calls of that operation, the result,
+  // whether the store's contents stayed as they were, and "k Op#ordinal".
+  struct StoreFailure {
+    StoreOp op;
+    int ordinal;
+    int32_t result;
+    bool unchanged;
+    std::string what;
+  };
   // Runs `call` with the k-th store call (of `op`, or of any operation)
   // failing with `code`, for k = 1, 2, ... until a run finishes without
-  // reaching a k-th call. Each failing run must return what `expected` says
-  // for the failed operation and its ordinal among the calls of that
-  // operation, and leave the store's contents as they were. Returns the
+  // reaching a k-th call, and hands each failing run to `check`. Returns the
   // number of failing runs.
-  using Expectation = std::function<int32_t(StoreOp failed, int ordinal)>;
   int SweepStoreFailures(StoreOp op, int32_t code, const std::function<int32_t()>& call,
-                         const Expectation& expected);
+                         const std::function<void(const StoreFailure&)>& check);
   // The same with the k-th allocation of the library failing; every failing
   // run must return `expected`.
   int SweepAllocationFailures(const std::function<int32_t()>& call, int32_t expected);

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "XoPolicyApi.h"
@@ -32,6 +33,23 @@ int32_t CallGet(Get&& get, std::vector<Record>& out) {
   }
   EXPECT_EQ(Xo_PolicyApi_FreeMemory(list), 0);
   return rc;
+}
+
+using Strings = std::vector<std::string>;
+
+// The records a Get function hands out; the call must succeed.
+template <class Record, class Get>
+std::vector<Record> Listed(Get&& get) {
+  std::vector<Record> records;
+  EXPECT_EQ(CallGet(std::forward<Get>(get), records), XO_OK);
+  return records;
+}
+// What `text` makes of each of them.
+template <class Record, class Get, class Text>
+Strings Each(Get&& get, Text&& text) {
+  Strings texts;
+  for (const Record& record : Listed<Record>(std::forward<Get>(get))) texts.push_back(text(record));
+  return texts;
 }
 
 }  // namespace xo::test

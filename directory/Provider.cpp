@@ -9,8 +9,12 @@ namespace xo::directory {
 
 bool ParseInteger(const std::string& text, int32_t& value) {
   const char* end = text.data() + text.size();
-  auto [stop, failure] = std::from_chars(text.data(), end, value);
-  return failure == std::errc() && stop == end && !text.empty();
+  int32_t parsed = 0;
+  auto [stop, failure] = std::from_chars(text.data(), end, parsed);
+  // "12x" is not 12: the caller's value stays as it was.
+  if (failure != std::errc() || stop != end || text.empty()) return false;
+  value = parsed;
+  return true;
 }
 
 std::unique_ptr<Provider> MakeProvider(const Settings& settings, const CXoObjODBCQuery* queries,

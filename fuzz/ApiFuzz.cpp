@@ -18,44 +18,35 @@
 #include <cstdlib>
 #include <functional>
 #include <iterator>
-#include <map>
 #include <optional>
 #include <string>
 #include <utility>
 
-#include "Driver.h"
 #include "StoreBackend.h"
 #include "frame/Memory.h"
 #include "support/Environment.h"
+#include "support/RandomArgs.h"
+#include "support/RandomStore.h"
 #include "support/StoreFile.h"
 
 namespace xo::fuzz {
 namespace {
+
+using Driver = test::RandomArgs;
+using Mode = Driver::Mode;
+constexpr const char* kAdmin = Driver::kAdmin;
+constexpr const char* kPassword = Driver::kPassword;
 
 bool DefinedCode(int32_t rc) {
   return rc == XO_OK || (rc <= -1 && rc >= -14) || rc == -16 || rc == -17 ||
          (rc <= -19 && rc >= -26) || (rc <= -100 && rc >= -129);
 }
 
-bool Starts(const std::string& name, const char* prefix) { return name.rfind(prefix, 0) == 0; }
-
 struct Call {
   std::string name;
   int weight;  // how often it is drawn, relative to the others
   std::function<int32_t()> run;
 };
-
-// The first record a Get call hands out, as an input record to make it again.
-template <class R>
-R Copy(int32_t (*get)(PolicyApiSession*, const char*, R**), PolicyApiSession* h, const char* name) {
-  R* list = nullptr;
-  R record{};
-  if (get(h, name, &list) == XO_OK && list != nullptr) record = *list;
-  Xo_PolicyApi_FreeMemory(list);
-  record.objectId[0] = '\0';
-  record.next = nullptr;
-  return record;
-}
 
 // Whether any connection has committed to the database since the last
 // question: cheap, so that the store's rows are read again only then.
@@ -105,8 +96,7 @@ class Run {
       const test::CatalogStore catalog(*store, main);
       store.reset();  // the run's own sessions only, so that the store closes with them
       Forward(d);
-      directory_ = Copy(Xo_PolicyApi_GetUserDir, main, "hr");
-      queries_ = Copy(Xo_PolicyApi_GetODBCQueryScheme, main, "queries");
+      kept_.emplace(main);
       Harvest(d);
       RandomCalls(d);
       d.BeginCall(calls_ + 1, "end of run");
@@ -142,25 +132,21 @@ class Run {
   // taking whatever each step gives: deletions, renames and removals do not
   // keep the deeper paths out of reach for long.
   int32_t Rebuild(Driver& d) {
-    d.Tame(true);
+    d.SetMode(Mode::Tame);
     const auto adds = [&](bool system) {
       for (const test::CatalogCall& row : test::CatalogCalls()) {
-        if ((Starts(row.name, "Add") || Starts(row.name, "Create")) &&
+        if ((row.name.starts_with("Add") || row.name.starts_with("Create")) &&
             (row.scope == test::RightsScope::System) == system) {
           row.call(d.Main(), d);
         }
       }
     };
     adds(true);
-    // The directory of users as it was, made or rewritten.
-    OdbcQuerySchemeRecord queries = queries_;
-    Xo_PolicyApi_CreateODBCQueryScheme(d.Main(), &queries, 1);
-    UserDirRecord directory = directory_;
-    Xo_PolicyApi_CreateUserDir(d.Main(), &directory, 1);
+    kept_->MakeAgain(d.Main());  // the directories of users as they were
     Xo_PolicyApi_AddUserDirToDomain(d.Main(), "hr", "own");
     adds(false);
     adds(false);
-    d.Tame(false);
+    d.SetMode(Mode::Wild);
     Harvest(d);
     return XO_OK;
   }
@@ -175,10 +161,10 @@ class Run {
         {"FreeStringArray(null)", 1, [] { return Xo_PolicyApi_FreeStringArray(nullptr); }},
     };
     for (const test::CatalogCall& row : test::CatalogCalls()) {
-      const int weight = Starts(row.name, "Add") || Starts(row.name, "Create") ? 6
-                         : Starts(row.name, "Get")                             ? 3
-                         : Starts(row.name, "Rename")                          ? 1
-                                                                               : 2;
+      const int weight = row.name.starts_with("Add") || row.name.starts_with("Create") ? 6
+                         : row.name.starts_with("Get")                                 ? 3
+                         : row.name.starts_with("Rename")                              ? 1
+                                                                                       : 2;
       calls.push_back({row.name, weight, [&d, &row] { return row.call(d.Handle(), d); }});
     }
     return calls;
@@ -210,7 +196,7 @@ class Run {
       xo::frame::FailAllocationAt(0);
       injected_ += inject;
       allocationFailures_ += allocationFailed;
-      ++codes_[call.name][rc];
+      succeeded_ += rc == XO_OK;
 
       if (!DefinedCode(rc)) d.Fail("undefined result code " + std::to_string(rc));
       if (rc == XO_OK && d.BadHandle()) d.Fail("a handle that is no live session was accepted");
@@ -228,18 +214,10 @@ class Run {
   }
 
   void Report(int failures) {
-    long succeeded = 0;
-    for (auto& [name, codes] : codes_) succeeded += codes[XO_OK];
     std::printf(
         "seed %u: %ld calls, %ld succeeded, %ld with a failed allocation (of %ld tried), "
         "%d failures\n",
-        seed_, calls_, succeeded, allocationFailures_, injected_, failures);
-    if (std::getenv("XO_FUZZ_VERBOSE") == nullptr) return;
-    for (const auto& [name, codes] : codes_) {
-      std::printf("  %-26s", name.c_str());
-      for (const auto& [code, count] : codes) std::printf(" %d x%ld", code, count);
-      std::printf("\n");
-    }
+        seed_, calls_, succeeded_, allocationFailures_, injected_, failures);
   }
 
   uint32_t seed_;
@@ -247,11 +225,10 @@ class Run {
   std::string path_;
   testing::TestPartResultArray reported_;
   int forwarded_ = 0;
-  UserDirRecord directory_{};
-  OdbcQuerySchemeRecord queries_{};
+  std::optional<test::KeptDirectories> kept_;
   long allocationFailures_ = 0;
   long injected_ = 0;
-  std::map<std::string, std::map<int32_t, long>> codes_;  // the results of each call
+  long succeeded_ = 0;
 };
 
 }  // namespace

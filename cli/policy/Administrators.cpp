@@ -22,8 +22,8 @@ Json Read(Reader& reader) {
                       {"flags", r.adminFlags},
                       {"userDirectory", FieldText(r.userDirName)},
                       {"scheme", FieldText(r.schemeName)}};
-        std::string hash = FieldText(r.adminText);
-        if (reader.Scope().secrets && !hash.empty()) admin["password"] = hash;
+        // An empty hash is an administrator without a password, kept as "".
+        if (reader.Scope().secrets) admin["password"] = FieldText(r.adminText);
         return admin;
       });
 }

@@ -112,7 +112,8 @@ class Planner {
   static void RequirePassword(const Kind& kind, const Json& object) {
     if (!IsKind(kind, "administrators")) return;
     bool directoryBound = object.contains("userDirectory") && object["userDirectory"] != "";
-    if (!directoryBound && (!object.contains("password") || object["password"] == "")) {
+    // "password": "" is said on purpose: an administrator who has none.
+    if (!directoryBound && !object.contains("password")) {
       throw CommandError("administrator \"" + KeyOf(kind, object) +
                          "\" is not in the store yet: give it a \"password\" (a text, or the hash "
                          "that `export --include-secrets` writes), a \"userDirectory\" "

@@ -67,7 +67,7 @@ bool SameSecret(const std::string& given, const std::string& stored) {
 
 OdbcProvider::OdbcProvider(Settings settings, const CXoObjODBCQuery& queries)
     : settings_(std::move(settings)) {
-  for (int query = 1; query <= kOdbcQueries; ++query) {
+  for (int query = 1; query <= kLastUsedQuery; ++query) {
     queries_[query] = queries.GetQuery(query - 1);
   }
 }

@@ -50,7 +50,7 @@ class OdbcProvider : public Provider {
             std::vector<std::string>& keys, std::string& error) const;
 
   Settings settings_;
-  std::array<std::string, kOdbcQueries + 1> queries_;  // by query number; 0 unused
+  std::array<std::string, kLastUsedQuery + 1> queries_;  // by query number; 0 unused
 };
 
 }  // namespace xo::directory::odbc

@@ -45,6 +45,7 @@ enum OdbcQuery : int {
   kLookUpUser = 11,
 };
 
-constexpr int kOdbcQueries = 15;
+// The reserved queries after it are never run, so never loaded.
+constexpr int kLastUsedQuery = kLookUpUser;
 
 }  // namespace xo::directory::odbc

@@ -8,19 +8,6 @@
 namespace xo::test {
 namespace {
 
-// Every text field a full field of a letter of its own; a tag that is not read.
-template <class Record>
-Record Filled(const char* name) {
-  Record record = Zeroed<Record>();
-  record.recordType = 99;
-  char letter = 'a';
-  for (size_t offset : TextFields<Record>()) {
-    std::memset(reinterpret_cast<char*>(&record) + offset, letter++, XO_TEXT_FIELD - 1);
-  }
-  if constexpr (requires { record.name; }) Put(record.name, name);
-  return record;
-}
-
 class RecordsReadBackTest : public PolicyObjectsTest {
  protected:
   // Adds `given` and reads the one object of its name back: `expected` with

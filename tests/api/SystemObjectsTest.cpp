@@ -16,18 +16,10 @@
 namespace xo::test {
 namespace {
 
-// Every text of the record set, the description to the whole field, and
-// what the kind names set to objects the fixture makes.
+// Every text full, and what the kind names set to objects the fixture makes.
 template <class R>
 R Full(const std::string& name) {
-  R record = Zeroed<R>();
-  record.recordType = 99;  // not read
-  const std::vector<size_t>& texts = TextFields<R>();
-  for (size_t i = 2; i < texts.size(); ++i) {
-    std::snprintf(reinterpret_cast<char*>(&record) + texts[i], XO_TEXT_FIELD, "text %zu", i);
-  }
-  std::memset(record.description, 'd', XO_TEXT_FIELD - 1);
-  Put(record.name, name);
+  R record = Filled<R>(name.c_str());
   if constexpr (requires { record.agentInt; }) Put(record.agentTypeName, "RADIUS Agent");
   if constexpr (requires { record.schemeFlag2; }) record.schemeFlag2 = 9;  // any non-zero is true
   if constexpr (requires { record.querySchemeName; }) {

@@ -97,6 +97,19 @@ void Put(char (&field)[N], const std::string& text) {
   std::memcpy(field, text.data(), std::min(text.size(), N));
 }
 
+// Every text field a full field of a letter of its own; a tag that is not read.
+template <class Record>
+Record Filled(const char* name) {
+  Record record = Zeroed<Record>();
+  record.recordType = 99;
+  char letter = 'a';
+  for (size_t offset : TextFields<Record>()) {
+    std::memset(reinterpret_cast<char*>(&record) + offset, letter++, XO_TEXT_FIELD - 1);
+  }
+  if constexpr (requires { record.name; }) Put(record.name, name);
+  return record;
+}
+
 // The records of a returned list, copied byte for byte with their next
 // pointers cleared; the list is freed.
 template <class Record>

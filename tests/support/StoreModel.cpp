@@ -32,7 +32,10 @@ class Model {
         objects_[row.at("oid")] = row;
       }
     }
-    lists_ = Query("SELECT * FROM xo_list");
+    // A deletion may leave gaps in a list's positions; its order is what counts.
+    lists_ = Query(
+        "SELECT owner, prop, member, ROW_NUMBER() OVER (PARTITION BY owner, prop ORDER BY pos) "
+        "AS pos FROM xo_list");
   }
 
   Lines Read() {
@@ -82,8 +85,14 @@ class Model {
   }
 
   std::string Render(const Row& row) {
-    std::string line = row.at("(kind)");
+    const std::string& kind = row.at("(kind)");
+    std::string line = kind;
+    // A realm's and a rule's agent type are copied from the agent when they
+    // are saved, and stay when the agent's type changes later; an export
+    // carries the agent, not the copy.
+    const bool copiedType = kind == "realm" || kind == "rule";
     for (const auto& [column, value] : row) {
+      if (copiedType && column == "agent_type") continue;
       if (column != "seq" && column != "oid" && column != "(kind)") {
         line += " " + column + "=[" + Label(value) + "]";
       }

@@ -1,8 +1,11 @@
-// The arguments of one fuzz run, handed to the catalog's calls: names mostly
-// the call's own or from small pools of their kind, now and then null, empty,
-// long, non-ASCII or of another kind; odd numbers; records with fields
-// replaced, a garbage next pointer and an odd tag; null outputs; and handles
-// that are live, null, logged out or forged.
+// Random arguments for the catalog's calls, from a seed. Wild, for the
+// fuzzer: names mostly the call's own or from small pools of their kind, now
+// and then null, empty, long, non-ASCII or of another kind; odd numbers;
+// records with fields replaced, a garbage next pointer and an odd tag; null
+// outputs; and handles that are live, null, logged out or forged. Tame: only
+// the call's own values or the first names of the pools. Plausible, for
+// random stores: names from the pools, which share names between kinds and
+// scopes, and texts that a document has to carry unchanged.
 #pragma once
 
 #include <algorithm>
@@ -19,20 +22,15 @@
 
 #include "support/ApiCatalog.h"
 
-namespace xo::fuzz {
-
-using test::Kind;
-
-inline constexpr const char* kAdmin = "sysadmin";
-inline constexpr const char* kPassword = "correct horse";
+namespace xo::test {
 
 // Small pools, one per Kind and then directory types, holding the prepared
 // store's names (its main object first), so that calls find, collide with
 // and re-create what the store and earlier calls made.
 inline const std::vector<std::vector<std::string>> kPools = {
-    {"own", "other", "old-domain", "new-domain", "ours"},          // Domain
-    {"web", "old-realm", "new-realm"},                             // Realm
-    {"get", "put", "new-rule", "got"},                             // Rule
+    {"own", "other", "old-domain", "new-domain", "web", "a/b"},    // Domain
+    {"web", "old-realm", "new-realm", "a", "a/b"},                 // Realm
+    {"get", "put", "new-rule", "got", "b/c", "c"},                 // Rule
     {"staff", "old-policy", "new-policy"},                         // Policy
     {"welcome", "old-response", "new-response"},                   // Response
     {"gateway", "old-agent", "new-agent", "edge"},                 // Agent (edge: a group)
@@ -41,7 +39,7 @@ inline const std::vector<std::vector<std::string>> kPools = {
     {"hr", "spare", "old-dir", "new-dir"},                         // UserDir
     {"queries", "old-queries", "new-queries"},                     // OdbcQuery
     {"eve", "old-admin", "new-admin"},                             // Admin
-    {"everyday", "old-group", "new-group", "edge"},                // Group
+    {"everyday", "old-group", "new-group", "edge", "staff"},       // Group
     {"HTTP-Header-Fixed", "HTTP-Redirect-URL", "Filter-Id"},       // Attribute
     {"users/alice", "users/bob", "groups/staff", "users/nobody"},  // Entry
     {"", "GET", "X-Staff: 1", "all", "a description"},             // Text
@@ -49,16 +47,25 @@ inline const std::vector<std::vector<std::string>> kPools = {
 };
 inline constexpr size_t kText = static_cast<size_t>(Kind::Text);
 
-class Driver : public test::Args {
+class RandomArgs : public Args {
  public:
-  Driver(uint32_t seed, PolicyApiSession* main) : rng_(seed), seed_(seed), main_(main) {
+  // The administrator whom a wild Login names.
+  static constexpr const char* kAdmin = "sysadmin";
+  static constexpr const char* kPassword = "correct horse";
+
+  RandomArgs(uint32_t seed, PolicyApiSession* main) : rng_(seed), seed_(seed), main_(main) {
     for (unsigned char& byte : forged_) byte = static_cast<unsigned char>(rng_());
     forgedCopy_ = forged_;
   }
-  ~Driver() override { LogoutSecond(); }
+  ~RandomArgs() override { LogoutSecond(); }
 
-  // Prints the failure with the seed, the call number and the call's name.
+  enum class Mode { Wild, Tame, Plausible };
+  void SetMode(Mode mode) { mode_ = mode; }
+
+  // Prints the failure with the seed, the call number and the call's name;
+  // a plausible call's is a test's failure.
   void Fail(const std::string& what) override {
+    if (mode_ == Mode::Plausible) return Args::Fail(what);
     ++failures_;
     std::fprintf(stderr, "FAIL seed %u call %ld (%s): %s\n", seed_, call_, callName_, what.c_str());
   }
@@ -75,9 +82,6 @@ class Driver : public test::Args {
     const std::string_view call = name;
     enums_ = call.starts_with("AddUsersToPolicy") || call.starts_with("SetDisableUserState");
   }
-  // A tame call gets only its own values, or the first names of the pools,
-  // and records with only their names changed.
-  void Tame(bool tame) { tame_ = tame; }
 
   uint32_t Below(size_t n) { return n == 0 ? 0 : static_cast<uint32_t>(rng_() % n); }
   bool Chance(uint32_t percent) { return Below(100) < percent; }
@@ -86,7 +90,8 @@ class Driver : public test::Args {
 
   const char* Name(Kind kind, const char* value) override {
     const size_t pool = static_cast<size_t>(kind);
-    if (tame_) return Chance(75) ? value : kPools[pool][0].c_str();
+    if (mode_ == Mode::Tame) return Chance(75) ? value : kPools[pool][0].c_str();
+    if (mode_ == Mode::Plausible) return Chance(50) ? value : Plain(pool);
     const uint32_t roll = Below(100);
     if (roll < 4) return roll < 2 ? nullptr : "";
     if (roll < 9) return Keep(Odd());
@@ -95,7 +100,7 @@ class Driver : public test::Args {
   }
 
   int32_t Number(int32_t value) override {
-    if (tame_ || Chance(75)) return value;
+    if (mode_ != Mode::Wild || Chance(75)) return value;
     return enums_ ? static_cast<int32_t>(Below(8)) : AnyInt();
   }
 
@@ -104,23 +109,25 @@ class Driver : public test::Args {
   void* Record(void* record, size_t size, const std::vector<size_t>& texts) override {
     if (NullNow()) return nullptr;
     auto* bytes = static_cast<char*>(record);
+    if (mode_ == Mode::Plausible) return PlausibleRecord(bytes, texts);
+    const bool tame = mode_ == Mode::Tame;
     const bool command = size == sizeof(ManagementCommandRecord);
     const int32_t tag = AnyInt();
-    if (!tame_ && Chance(15)) std::memcpy(bytes, &tag, sizeof tag);
+    if (!tame && Chance(15)) std::memcpy(bytes, &tag, sizeof tag);
     const uintptr_t next = uintptr_t{0xdead0000} + Below(0x10000) * 16;
     if (!command) std::memcpy(bytes + size - sizeof next, &next, sizeof next);
     for (size_t offset : texts) {
       char* field = bytes + offset;
       if (!command && offset == texts.front()) {
-        if (!tame_ && Chance(20)) Put(field, AnyObjectId());
+        if (!tame && Chance(20)) Put(field, AnyObjectId());
         continue;
       }
       // A tame record gets the first name of its name's pool.
       const bool name = texts.size() > 1 && offset == texts[1];
-      if (tame_ ? !name || !Chance(60) : !Chance(20)) continue;
+      if (tame ? !name || !Chance(60) : !Chance(20)) continue;
       const size_t pool = PoolOf(field);
       const uint32_t roll = Below(100);
-      if (tame_) {
+      if (tame) {
         if (pool < kText) Put(field, kPools[pool][0]);
       } else if (roll < 15) {
         std::memset(field, 'u', XO_TEXT_FIELD);  // no terminator
@@ -187,6 +194,42 @@ class Driver : public test::Args {
   }
 
  private:
+  // Half the fields as given, the others from the field's pool or plain
+  // texts; the identifier stays.
+  void* PlausibleRecord(char* bytes, const std::vector<size_t>& texts) {
+    for (size_t offset : texts) {
+      if (offset != texts.front() && Chance(50)) Put(bytes + offset, Plain(PoolOf(bytes + offset)));
+    }
+    return bytes;
+  }
+  const char* Plain(size_t pool) {
+    // Texts a store and a document must carry unchanged.
+    static const std::string kPlain[] = {"",
+                                         "every page",
+                                         "say \"hello\"",
+                                         "C:\\policies\\",
+                                         "two\nlines",
+                                         "tab\there",
+                                         "caf\xc3\xa9 \xc3\xbc"
+                                         "ber",
+                                         "/forms/*",
+                                         "{\"json\": [1, 2]}",
+                                         "  padded  ",
+                                         std::string(300, 'L')};
+    if (pool == kText || pool >= kPools.size()) return kPlain[Below(std::size(kPlain))].c_str();
+    // A rule or agent named like a group is taken for the group, which a
+    // document cannot tell apart: such a name gives way to the pool's first.
+    const std::string& name = kPools[pool][Below(kPools[pool].size())];
+    const bool shadowing =
+        Within(Kind::Group, name) && (Within(Kind::Rule, name) || Within(Kind::Agent, name));
+    return shadowing ? kPools[pool][0].c_str() : name.c_str();
+  }
+
+  static bool Within(Kind kind, const std::string& name) {
+    const std::vector<std::string>& names = kPools[static_cast<size_t>(kind)];
+    return std::count(names.begin(), names.end(), name) > 0;
+  }
+
   // The pool holding a record field's text, or none.
   static size_t PoolOf(const char* field) {
     const std::string text(field, strnlen(field, XO_TEXT_FIELD));
@@ -228,7 +271,7 @@ class Driver : public test::Args {
     return Chance(75) ? kOdd[Below(3)] : Odd();
   }
   bool NullNow() {
-    if (tame_ || !Chance(3)) return false;
+    if (mode_ != Mode::Wild || !Chance(3)) return false;
     return nullPointer_ = true;
   }
 
@@ -252,7 +295,7 @@ class Driver : public test::Args {
   long call_ = 0;
   const char* callName_ = "setup";
   int failures_ = 0;
-  bool tame_ = false;
+  Mode mode_ = Mode::Wild;
   bool enums_ = false;
   bool badHandle_ = false;
   bool nullPointer_ = false;
@@ -265,4 +308,4 @@ class Driver : public test::Args {
   std::array<unsigned char, 512> forgedCopy_;
 };
 
-}  // namespace xo::fuzz
+}  // namespace xo::test

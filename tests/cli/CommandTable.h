@@ -15,8 +15,8 @@
 // output kept as @NAME).
 // Commands starting with $ are the runner's own: "$write PATH" writes the
 // input to PATH, "$users SQL" prints the first value SQL finds in the users
-// database, "$random SEED" fills the store through the API with the objects
-// SEED chooses (support/RandomStore.h), printing the calls, "$system FILE"
+// database, "$random SEED" fills the store through the API with the catalog's
+// store and the calls SEED chooses (support/RandomStore.h), printing the calls, "$system FILE"
 // prints the export FILE without its domains, and "$compare" prints how the
 // objects of @STORE and @OTHER differ (support/StoreModel.h).
 //

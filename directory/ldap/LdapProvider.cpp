@@ -238,12 +238,10 @@ bool LdapProvider::GetDisabled(const std::string& user, int32_t& reason, std::st
     reason = 0;
     return true;
   }
-  int32_t parsed = 0;
-  if (!ParseInteger(value, parsed)) {
+  if (!ParseInteger(value, reason)) {
     error = settings_.disabledAttr + " of " + hit.dn + " holds '" + value + "', not a number";
     return false;
   }
-  reason = parsed;
   return true;
 }
 

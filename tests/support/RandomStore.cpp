@@ -2,6 +2,7 @@
 
 #include "support/ApiCatalog.h"
 #include "support/RandomArgs.h"
+#include "support/Records.h"
 
 namespace xo::test {
 namespace {
@@ -12,11 +13,10 @@ template <class R>
 R FirstRecord(int32_t (*get)(PolicyApiSession*, const char*, R**), PolicyApiSession* h,
               const char* name) {
   R* list = nullptr;
-  R record{};
-  if (get(h, name, &list) == XO_OK && list != nullptr) record = *list;
-  Xo_PolicyApi_FreeMemory(list);
+  get(h, name, &list);
+  const std::vector<R> found = Collect(list);
+  R record = found.empty() ? R{} : found.front();
   record.objectId[0] = '\0';
-  record.next = nullptr;
   return record;
 }
 

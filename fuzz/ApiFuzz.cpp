@@ -100,7 +100,6 @@ class Run {
       Harvest(d);
       RandomCalls(d);
       d.BeginCall(calls_ + 1, "end of run");
-      d.LogoutSecond();
       if (Xo_PolicyApi_Logout(main) != XO_OK) d.Fail("the main session does not log out");
       if (xo::store::CurrentBackend() != nullptr) d.Fail("the store is open with no session");
       if (test::QueryStoreFile(path_, "PRAGMA integrity_check") != std::vector<std::string>{"ok"}) {
@@ -153,9 +152,6 @@ class Run {
 
   std::vector<Call> Calls(Driver& d) {
     std::vector<Call> calls = {
-        {"Login", 2, [&] { return d.Login(); }},
-        {"Logout", 2, [&] { return d.Logout(d.Handle()); }},
-        {"SecondSession", 2, [&] { return d.Logout(d.Main()); }},
         {"Rebuild", 2, [&] { return Rebuild(d); }},
         {"FreeMemory(null)", 1, [] { return Xo_PolicyApi_FreeMemory(nullptr); }},
         {"FreeStringArray(null)", 1, [] { return Xo_PolicyApi_FreeStringArray(nullptr); }},

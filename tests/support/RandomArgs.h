@@ -2,7 +2,7 @@
 // fuzzer: names mostly the call's own or from small pools of their kind, now
 // and then null, empty, long, non-ASCII or of another kind; odd numbers;
 // records with fields replaced, a garbage next pointer and an odd tag; null
-// outputs; and handles that are live, null, logged out or forged. Tame: only
+// outputs; and handles that are live, null or forged. Tame: only
 // the call's own values or the first names of the pools. Plausible, for
 // random stores: names from the pools, which share names between kinds and
 // scopes, and texts that a document has to carry unchanged.
@@ -49,7 +49,7 @@ inline constexpr size_t kText = static_cast<size_t>(Kind::Text);
 
 class RandomArgs : public Args {
  public:
-  // The administrator whom a wild Login names.
+  // The administrator of the stores that the arguments are made for.
   static constexpr const char* kAdmin = "sysadmin";
   static constexpr const char* kPassword = "correct horse";
 
@@ -57,7 +57,6 @@ class RandomArgs : public Args {
     for (unsigned char& byte : forged_) byte = static_cast<unsigned char>(rng_());
     forgedCopy_ = forged_;
   }
-  ~RandomArgs() override { LogoutSecond(); }
 
   enum class Mode { Wild, Tame, Plausible };
   void SetMode(Mode mode) { mode_ = mode; }
@@ -141,16 +140,13 @@ class RandomArgs : public Args {
 
   void* Output(void* out) override { return NullNow() ? nullptr : out; }
 
-  // The handle for a call: usually the main session, sometimes the second
-  // session, null, a logged-out handle or a forged pointer.
+  // The handle for a call: mostly the session, sometimes null or a forged
+  // pointer.
   PolicyApiSession* Handle() {
     const uint32_t roll = Below(100);
-    if (roll < 85) return main_;
-    if (roll < 91 && second_ != nullptr) return second_;
+    if (roll < 90) return main_;
     badHandle_ = true;
-    if (roll < 94) return nullptr;
-    if (roll < 97 && !stale_.empty()) return stale_[Below(stale_.size())];
-    return reinterpret_cast<PolicyApiSession*>(forged_.data());
+    return roll < 95 ? nullptr : reinterpret_cast<PolicyApiSession*>(forged_.data());
   }
   PolicyApiSession* Main() const { return main_; }
   // Whether this call was given a handle that is no live session, or a null
@@ -158,40 +154,6 @@ class RandomArgs : public Args {
   bool BadHandle() const { return badHandle_; }
   bool NullPointer() const { return nullPointer_; }
   bool ForgedIntact() const { return forged_ == forgedCopy_; }
-
-  // A Login by any name and password (the administrator's when not random).
-  int32_t Login(bool random = true) {
-    static const char* const kPasswords[] = {kPassword, "wrong", ""};
-    PolicyApiSession* handle = nullptr;
-    auto** out = random ? static_cast<PolicyApiSession**>(Output(&handle)) : &handle;
-    const char* name = !random || Chance(60) ? kAdmin : Name(Kind::Admin, "eve");
-    const int32_t rc =
-        Xo_PolicyApi_Login(out, nullptr, name, random ? kPasswords[Below(3)] : kPassword,
-                           !random || Chance(90) ? "localhost" : nullptr, "", 0);
-    if (rc == XO_OK && handle == nullptr) Fail("Login succeeded without a handle");
-    if (rc == XO_OK) return Adopt(handle), rc;
-    // A Login that failed after making its handle: Logout gives -1 for it
-    // and frees it.
-    for (int attempt = 0; attempt < 2 && handle != nullptr; ++attempt) {
-      if (Xo_PolicyApi_Logout(handle) != XO_ERR_GENERAL) break;
-    }
-    return rc;
-  }
-  // Logs out a handle; the main session stands for the second session,
-  // which logs in again when there is none.
-  int32_t Logout(PolicyApiSession* handle) {
-    if (handle == main_ && second_ == nullptr) return Login(false);
-    if (handle == main_) handle = second_;
-    const int32_t rc = Xo_PolicyApi_Logout(handle);
-    if (rc == XO_OK) Retire(handle);
-    return rc;
-  }
-  void LogoutSecond() {
-    if (second_ != nullptr && Xo_PolicyApi_Logout(second_) != XO_OK) {
-      Fail("the second session does not log out");
-    }
-    second_ = nullptr;
-  }
 
  private:
   // Half the fields as given, the others from the field's pool or plain
@@ -275,21 +237,6 @@ class RandomArgs : public Args {
     return nullPointer_ = true;
   }
 
-  // A live handle becomes the second session when there is none; otherwise
-  // it is logged out at once.
-  void Adopt(PolicyApiSession* handle) {
-    if (second_ == nullptr) {
-      second_ = handle;
-    } else if (handle != nullptr) {
-      if (Xo_PolicyApi_Logout(handle) != XO_OK) Fail("a fresh session does not log out");
-      Retire(handle);
-    }
-  }
-  void Retire(PolicyApiSession* handle) {
-    if (handle == second_) second_ = nullptr;
-    if (stale_.size() < 16) stale_.push_back(handle);
-  }
-
   std::mt19937 rng_;
   uint32_t seed_;
   long call_ = 0;
@@ -302,8 +249,6 @@ class RandomArgs : public Args {
   std::deque<std::string> arena_;  // the texts of this call's arguments
   std::vector<std::string> objectIds_;
   PolicyApiSession* main_;
-  PolicyApiSession* second_ = nullptr;
-  std::vector<PolicyApiSession*> stale_;
   std::array<unsigned char, 512> forged_;
   std::array<unsigned char, 512> forgedCopy_;
 };

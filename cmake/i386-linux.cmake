@@ -15,6 +15,8 @@ set(CMAKE_CXX_FLAGS_INIT -m32)
 set(CMAKE_EXE_LINKER_FLAGS_INIT -m32)
 set(CMAKE_SHARED_LINKER_FLAGS_INIT -m32)
 set(CMAKE_MODULE_LINKER_FLAGS_INIT -m32)
+# No -D_TIME_BITS=64: the i386 libldap takes its timeouts as the 32-bit
+# struct timeval it was built with.
 
 # Libraries and headers come from the i386 multiarch folders only; the
 # headers under /usr/include are shared by both architectures.

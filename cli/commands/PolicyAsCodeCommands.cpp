@@ -8,9 +8,9 @@
 
 #include "cli/CommandGroups.h"
 #include "cli/Connection.h"
+#include "cli/Terminal.h"
 #include "cli/policy/Plan.h"
 #include "cli/policy/Reading.h"
-#include "cli/Terminal.h"
 #include "cli/policy/Writing.h"
 
 namespace xo::cli {

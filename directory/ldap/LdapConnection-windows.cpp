@@ -292,8 +292,8 @@ bool LdapConnection::SearchAll(const std::string& base, Scope scope, const std::
     LDAPControlA* controls[] = {page, nullptr};
     l_timeval timeout{static_cast<LONG>(timeoutSeconds_), 0};
     Result result;
-    code = ldap_search_ext_sA(handle_->ld, Text(base), ScopeCode(scope), Text(filter),
-                              names.data(), 0, controls, nullptr, &timeout, 0, &result.message);
+    code = ldap_search_ext_sA(handle_->ld, Text(base), ScopeCode(scope), Text(filter), names.data(),
+                              0, controls, nullptr, &timeout, 0, &result.message);
     ldap_control_freeA(page);
     if (code == LDAP_NO_SUCH_OBJECT) return true;
     serverLimited = code == LDAP_SIZELIMIT_EXCEEDED || code == LDAP_ADMIN_LIMIT_EXCEEDED;

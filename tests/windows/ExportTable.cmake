@@ -7,11 +7,14 @@ execute_process(COMMAND ${OBJDUMP} -p ${DLL} OUTPUT_VARIABLE dump RESULT_VARIABL
 if(failed)
   message(FATAL_ERROR "${OBJDUMP} cannot read ${DLL}")
 endif()
-string(REGEX MATCH "\\[Ordinal/Name Pointer\\] Table\n([^\n]+\n)+" table "${dump}")
-string(REGEX MATCHALL "\\] [^\n]+" rows "${table}")
+# Brackets would upset CMake's lists: the rows "[   0] Name" become "<   0> Name".
+string(REPLACE "[" "<" dump "${dump}")
+string(REPLACE "]" ">" dump "${dump}")
+string(REGEX MATCH "<Ordinal/Name Pointer> Table\n([^\n]+\n)+" table "${dump}")
+string(REGEX MATCHALL "<[ 0-9]+> [^\n]+" rows "${table}")
 set(exported)
 foreach(row IN LISTS rows)
-  string(SUBSTRING "${row}" 2 -1 name)
+  string(REGEX REPLACE "<[ 0-9]+> " "" name "${row}")
   list(APPEND exported "${name}")
 endforeach()
 

@@ -84,6 +84,13 @@ static void read_back(int32_t rc, void* list, int32_t type, const char* field, c
   CALL(FreeMemory(list));
 }
 
+/* The call, then its list: the list is read only after the call filled it. */
+#define READ_BACK(call, list, type, member, expected)                          \
+  do {                                                                         \
+    int32_t rc_ = (call);                                                      \
+    read_back(rc_, list, type, (list) ? (list)->member : "", expected, #call); \
+  } while (0)
+
 /*
  * True when a one-argument function removed its own argument from the stack,
  * as __stdcall asks: the argument is pushed and the function called here
@@ -133,31 +140,29 @@ int main(int argc, char** argv) {
   CALL(AddDomain(h, &domain, 0));
   check(strncmp(domain.objectId, "03-", 3) == 0, "AddDomain writes the identifier back");
   DomainRecord* domains = NULL;
-  read_back(GetDomain(h, d, &domains), domains, 7, domains ? domains->name : "", d, "GetDomain");
+  READ_BACK(GetDomain(h, d, &domains), domains, 7, name, d);
 
   AgentRecord agent = {0};
   put(agent.name, "abi-agent");
   put(agent.agentTypeName, "HTTP Agent");
   CALL(AddAgent(h, &agent, 0));
   AgentRecord* agents = NULL;
-  read_back(GetAgent(h, "abi-agent", &agents), agents, 6, agents ? agents->name : "", "abi-agent",
-            "GetAgent");
+  READ_BACK(GetAgent(h, "abi-agent", &agents), agents, 6, name, "abi-agent");
 
   SchemeRecord scheme = {0};
   put(scheme.name, "abi-scheme");
   put(scheme.schemeString1, "basic");
   CALL(AddScheme(h, &scheme, 0));
   SchemeRecord* schemes = NULL;
-  read_back(GetScheme(h, "abi-scheme", &schemes), schemes, 11, schemes ? schemes->name : "",
-            "abi-scheme", "GetScheme");
+  READ_BACK(GetScheme(h, "abi-scheme", &schemes), schemes, 11, name, "abi-scheme");
 
   OdbcQuerySchemeRecord queries = {0};
   put(queries.name, "abi-queries");
   put(queries.query[0], "SELECT name FROM users");
   CALL(CreateODBCQueryScheme(h, &queries, 0));
   OdbcQuerySchemeRecord* queryList = NULL;
-  read_back(GetODBCQueryScheme(h, "abi-queries", &queryList), queryList, 14,
-            queryList ? queryList->query[0] : "", "SELECT name FROM users", "GetODBCQueryScheme");
+  READ_BACK(GetODBCQueryScheme(h, "abi-queries", &queryList), queryList, 14, query[0],
+            "SELECT name FROM users");
 
   UserDirRecord directory = {0};
   put(directory.name, "abi-directory");
@@ -165,8 +170,8 @@ int main(int argc, char** argv) {
   put(directory.string1, "ldap://localhost");
   CALL(CreateUserDir(h, &directory, 0));
   UserDirRecord* directories = NULL;
-  read_back(GetUserDir(h, "abi-directory", &directories), directories, 5,
-            directories ? directories->string1 : "", "ldap://localhost", "GetUserDir");
+  READ_BACK(GetUserDir(h, "abi-directory", &directories), directories, 5, string1,
+            "ldap://localhost");
 
   AdminRecord admin = {0};
   put(admin.name, "abi-admin");
@@ -174,8 +179,7 @@ int main(int argc, char** argv) {
   admin.adminFlags = XO_ADMIN_DOMAIN;
   CALL(AddAdmin(h, &admin, 0));
   AdminRecord* admins = NULL;
-  read_back(GetAdmin(h, "abi-admin", &admins), admins, 12, admins ? admins->name : "", "abi-admin",
-            "GetAdmin");
+  READ_BACK(GetAdmin(h, "abi-admin", &admins), admins, 12, name, "abi-admin");
 
   RealmRecord realm = {0};
   put(realm.name, "abi-realm");
@@ -183,8 +187,7 @@ int main(int argc, char** argv) {
   put(realm.schemeName, "abi-scheme");
   CALL(AddRealm(h, d, &realm, 0));
   RealmRecord* realms = NULL;
-  read_back(GetRealm(h, "abi-realm", d, &realms), realms, 3, realms ? realms->agentName : "",
-            "abi-agent", "GetRealm");
+  READ_BACK(GetRealm(h, "abi-realm", d, &realms), realms, 3, agentName, "abi-agent");
 
   RuleRecord rule = {0};
   put(rule.name, "abi-rule");
@@ -192,31 +195,27 @@ int main(int argc, char** argv) {
   put(rule.ruleText1, "GET");
   CALL(AddRule(h, d, &rule, 0));
   RuleRecord* rules = NULL;
-  read_back(GetRule(h, "abi-rule", "abi-realm", d, &rules), rules, 1, rules ? rules->ruleText1 : "",
-            "GET", "GetRule");
+  READ_BACK(GetRule(h, "abi-rule", "abi-realm", d, &rules), rules, 1, ruleText1, "GET");
 
   ResponseRecord response = {0};
   put(response.name, "abi-response");
   put(response.agentTypeName, "HTTP Agent");
   CALL(AddResponse(h, d, &response, 0));
   ResponseRecord* responses = NULL;
-  read_back(GetResponse(h, "abi-response", d, &responses), responses, 4,
-            responses ? responses->name : "", "abi-response", "GetResponse");
+  READ_BACK(GetResponse(h, "abi-response", d, &responses), responses, 4, name, "abi-response");
 
   ResponseAttrRecord attr = {0};
   put(attr.attrName, "HTTP-Header-Fixed");
   put(attr.value, "X-Abi: 1");
   CALL(AddResponseAttr(h, "abi-response", d, &attr));
   ResponseAttrRecord* attrs = NULL;
-  read_back(GetResponseAttrs(h, "abi-response", d, &attrs), attrs, 9, attrs ? attrs->value : "",
-            "X-Abi: 1", "GetResponseAttrs");
+  READ_BACK(GetResponseAttrs(h, "abi-response", d, &attrs), attrs, 9, value, "X-Abi: 1");
 
   PolicyRecord policy = {0};
   put(policy.name, "abi-policy");
   CALL(AddPolicy(h, d, &policy, 0));
   PolicyRecord* policies = NULL;
-  read_back(GetPolicy(h, "abi-policy", d, &policies), policies, 2, policies ? policies->name : "",
-            "abi-policy", "GetPolicy");
+  READ_BACK(GetPolicy(h, "abi-policy", d, &policies), policies, 2, name, "abi-policy");
 
   PolicyLinkRecord link = {0};
   put(link.realmName, "abi-realm");
@@ -224,16 +223,14 @@ int main(int argc, char** argv) {
   put(link.responseName, "abi-response");
   CALL(AddPolicyLink(h, d, "abi-policy", &link));
   PolicyLinkRecord* links = NULL;
-  read_back(GetPolicyLinks(h, d, "abi-policy", &links), links, 8, links ? links->responseName : "",
-            "abi-response", "GetPolicyLinks");
+  READ_BACK(GetPolicyLinks(h, d, "abi-policy", &links), links, 8, responseName, "abi-response");
 
   GroupRecord group = {0};
   put(group.name, "abi-group");
   put(group.vendorName, "HTTP Agent");
   CALL(AddGroup(h, XO_GROUP_RULE, d, &group, 0));
   GroupRecord* groups = NULL;
-  read_back(GetGroup(h, XO_GROUP_RULE, "abi-group", d, &groups), groups, 13,
-            groups ? groups->name : "", "abi-group", "GetGroup");
+  READ_BACK(GetGroup(h, XO_GROUP_RULE, "abi-group", d, &groups), groups, 13, name, "abi-group");
 
   char** names = NULL;
   CALL(GetDomainObjectNames(h, d, XO_DOMAIN_POLICIES, &names));

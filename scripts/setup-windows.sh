@@ -13,7 +13,6 @@ source scripts/lib/apt-i386.sh
 packages=(
   cmake make ccache
   g++-mingw-w64-i686-posix binutils-mingw-w64-i686
-  nodejs npm
   googletest libcli11-dev nlohmann-json3-dev
   wine unixodbc-common libsqliteodbc
 )
@@ -27,6 +26,8 @@ missing=()
 for package in "${packages[@]}"; do
   installed "$package" || missing+=("$package")
 done
+# npm may come with a Node.js from elsewhere than Debian.
+if ! command -v npm >/dev/null 2>&1; then missing+=(nodejs npm); fi
 missing_i386=()
 for package in "${i386_packages[@]}"; do
   installed "$package" || missing_i386+=("$package")
@@ -50,7 +51,9 @@ fi
 export DEBIAN_FRONTEND=noninteractive
 if [ ${#missing[@]} -gt 0 ]; then
   echo "setup-windows: installing ${missing[*]}"
-  "${as_root[@]}" apt-get update
+  # A list that fails to download (a mirror in the middle of a sync) leaves
+  # the old one in use; a package that is then missing fails the install.
+  "${as_root[@]}" apt-get update || true
   "${as_root[@]}" apt-get install -y --no-install-recommends "${missing[@]}"
 fi
 if [ ${#missing_i386[@]} -gt 0 ]; then

@@ -13,11 +13,8 @@ build_dir=${XO_WIN32_BUILD_DIR:-build-win32}
 
 export WINEPREFIX=$PWD/$build_dir/wineprefix
 export WINEDEBUG=-all
-# The prefix is made once, before the tests start side by side, and one wine
-# server serves the whole run: a server that shuts down between two tests
-# can leave the next one waiting.
+# The prefix is made once, before the tests start side by side.
 wineboot --init >/dev/null 2>&1 || true
-wineserver -p
 status=0
 ctest --test-dir "$build_dir" --output-on-failure -j"$jobs" --timeout 600 || status=$?
 wineserver -k >/dev/null 2>&1 || true

@@ -1,8 +1,5 @@
 #include "cli/Connection.h"
 
-#include <termios.h>
-#include <unistd.h>
-
 #include <cstdlib>
 #include <iostream>
 
@@ -10,9 +7,11 @@
 #include "cli/CommandGroups.h"
 #include "cli/GlobalOptions.h"
 #include "cli/PasswordInput.h"
+#include "cli/Terminal.h"
 #include "frame/Handles.h"
 #include "store/StoreBackend.h"
 #include "store/XoStoreCodes.h"
+#include "store/platform/Paths.h"
 
 namespace xo::cli {
 namespace {
@@ -22,18 +21,16 @@ namespace {
 constexpr int32_t kAnyRight = XO_ADMIN_SYSTEM | XO_ADMIN_DOMAIN | 0x7FFF0000;
 
 std::string PromptPassword(const std::string& admin) {
-  if (!isatty(STDIN_FILENO)) {
+  if (!IsTerminal(Stream::kInput)) {
     throw CommandError("no password: set XO_PASSWORD, use --password-stdin, or run in a terminal",
                        kExitUsage);
   }
   std::cerr << "Password for " << admin << ": " << std::flush;
-  termios saved{};
-  tcgetattr(STDIN_FILENO, &saved);
-  termios quiet = saved;
-  quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-  tcsetattr(STDIN_FILENO, TCSANOW, &quiet);
-  std::string password = ReadPasswordLine(std::cin);
-  tcsetattr(STDIN_FILENO, TCSANOW, &saved);
+  std::string password;
+  {
+    EchoOff quiet;
+    password = ReadPasswordLine(std::cin);
+  }
   std::cerr << '\n';
   return password;
 }
@@ -96,7 +93,7 @@ void AddConnectionOptions(CLI::App& command, ConnectionOptions& options) {
 }
 
 Connection::Connection(const ConnectionOptions& options) {
-  if (!options.storeUri.empty()) setenv("XO_POLICY_STORE", options.storeUri.c_str(), 1);
+  if (!options.storeUri.empty()) xo::platform::SetEnv("XO_POLICY_STORE", options.storeUri);
   admin_ = options.admin;
   if (admin_.empty() && std::getenv("XO_ADMIN")) admin_ = std::getenv("XO_ADMIN");
   if (admin_.empty())

@@ -1,5 +1,6 @@
 #include <iostream>
 
+#include "cli/Arguments.h"
 #include "cli/CommandGroups.h"
 #include "cli/GlobalOptions.h"
 
@@ -62,7 +63,8 @@ int main(int argc, char** argv) {
   });
 
   try {
-    app.parse(argc, argv);
+    xo::cli::Arguments arguments(argc, argv);
+    app.parse(arguments.Count(), arguments.Values());
   } catch (const CLI::ExtrasError& e) {
     // A word where a command or verb belongs names none of them.
     const CLI::App* innermost = InnermostCommand(app);

@@ -24,7 +24,9 @@
 #endif
 
 #if defined(_WIN32)
-#if defined(XO_POLICY_API_BUILD)
+#if defined(XO_POLICY_API_STATIC)
+#define XO_API_EXPORT
+#elif defined(XO_POLICY_API_BUILD)
 #define XO_API_EXPORT __declspec(dllexport)
 #else
 #define XO_API_EXPORT __declspec(dllimport)

@@ -14,7 +14,10 @@ void IStoreBackend::EndReadSnapshot(const std::string&) {}
 
 StoreLocation ResolveLocation(const std::string& uri) {
   std::string value = uri.empty() ? platform::GetEnv("XO_POLICY_STORE") : uri;
-  if (value.empty()) return {"sqlite", platform::UserDataDir() + "/xo-policy/policy.db"};
+  if (value.empty()) {
+    return {"sqlite", platform::JoinPath(platform::JoinPath(platform::UserDataDir(), "xo-policy"),
+                                         "policy.db")};
+  }
   const std::string kSqlite = "sqlite:";
   if (value.rfind(kSqlite, 0) == 0) return {"sqlite", value.substr(kSqlite.size())};
   if (value.find("://") != std::string::npos) {

@@ -1,33 +1,22 @@
 #include "XoAdmSession.h"
 
-#include <sodium.h>
-
 #include <stdexcept>
 
 #include "DirectoryLogin.h"
 #include "StoreBackend.h"
 #include "XoObjClasses.h"
 #include "XoStoreCodes.h"
+#include "platform/PasswordHash.h"
 #include "platform/Random.h"
 
 namespace xo::store {
 namespace {
 
-void RequireSodium() {
-  if (sodium_init() < 0) throw std::runtime_error("libsodium failed to initialise");
-}
-
-void CostLimits(const std::string& cost, unsigned long long& ops, size_t& mem) {
-  if (cost == "minimum") {
-    ops = crypto_pwhash_OPSLIMIT_MIN;
-    mem = crypto_pwhash_MEMLIMIT_MIN;
-  } else if (cost == "moderate") {
-    ops = crypto_pwhash_OPSLIMIT_MODERATE;
-    mem = crypto_pwhash_MEMLIMIT_MODERATE;
-  } else {
-    ops = crypto_pwhash_OPSLIMIT_INTERACTIVE;
-    mem = crypto_pwhash_MEMLIMIT_INTERACTIVE;
-  }
+// The costs of libsodium's Argon2id limits of the same names.
+platform::HashCost CostLimits(const std::string& cost) {
+  if (cost == "minimum") return {1, 8192};
+  if (cost == "moderate") return {3, 268435456};
+  return {2, 67108864};
 }
 
 // A hash of a password nobody has, checked against when the administrator is
@@ -41,24 +30,14 @@ const std::string& DecoyHash(const std::string& cost) {
 }  // namespace
 
 std::string HashPassword(const std::string& password, const std::string& cost) {
-  RequireSodium();
-  unsigned long long ops = 0;
-  size_t mem = 0;
-  CostLimits(cost, ops, mem);
-  char hash[crypto_pwhash_STRBYTES];
-  if (crypto_pwhash_str_alg(hash, password.data(), password.size(), ops, mem,
-                            crypto_pwhash_ALG_ARGON2ID13) != 0) {
-    throw std::bad_alloc();
-  }
-  return hash;
+  return platform::HashArgon2id(password, CostLimits(cost));
 }
 
 bool IsPasswordHash(const std::string& text) { return text.rfind("$argon2id$", 0) == 0; }
 
 bool VerifyPassword(const std::string& hash, const std::string& password) {
-  RequireSodium();
   if (!IsPasswordHash(hash)) return false;
-  return crypto_pwhash_str_verify(hash.c_str(), password.data(), password.size()) == 0;
+  return platform::VerifyArgon2id(hash, password);
 }
 
 }  // namespace xo::store
@@ -111,7 +90,7 @@ CXoAdmSession::CXoAdmSession(const std::string& user, const std::string& passwor
 
 CXoAdmSession::~CXoAdmSession() {
   if (loggedIn_) Logout();
-  sodium_memzero(password_.data(), password_.size());
+  xo::platform::WipeMemory(password_.data(), password_.size());
 }
 
 XoAdmError CXoAdmSession::Login(std::string& message, bool) {

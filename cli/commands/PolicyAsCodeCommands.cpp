@@ -1,6 +1,5 @@
 // `xopolicy export` and `xopolicy apply`: the store as a JSON document, and a
 // document made true in the store in one transaction (cli/policy/).
-#include <unistd.h>
 
 #include <fstream>
 #include <iostream>
@@ -9,6 +8,7 @@
 
 #include "cli/CommandGroups.h"
 #include "cli/Connection.h"
+#include "cli/Terminal.h"
 #include "cli/policy/Plan.h"
 #include "cli/policy/Reading.h"
 #include "cli/policy/Writing.h"
@@ -40,7 +40,7 @@ constexpr size_t kProgressBarMinimum = 500;
 class ProgressBar {
  public:
   explicit ProgressBar(size_t total)
-      : shown_(total >= kProgressBarMinimum && isatty(STDERR_FILENO)) {}
+      : shown_(total >= kProgressBarMinimum && IsTerminal(Stream::kError)) {}
   ~ProgressBar() {
     if (shown_ && drawn_) std::cerr << "\r\033[K" << std::flush;
   }

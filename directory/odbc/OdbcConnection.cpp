@@ -3,8 +3,7 @@
 #include "odbc/ConnectionString.h"
 
 // clang-format off
-#include <sql.h>
-#include <sqlext.h>
+#include "odbc/OdbcApi.h"
 // clang-format on
 
 #include <cstdint>

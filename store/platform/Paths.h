@@ -1,4 +1,4 @@
-// File locations and environment lookups.
+// File locations and environment lookups. Texts are UTF-8 on every platform.
 #pragma once
 
 #include <string>
@@ -6,8 +6,13 @@
 namespace xo::platform {
 // The value of an environment variable, or "" when unset.
 std::string GetEnv(const char* name);
-// The per-user data directory ($XDG_DATA_HOME, else ~/.local/share).
+// Sets an environment variable of this process.
+void SetEnv(const char* name, const std::string& value);
+// The per-user data directory: $XDG_DATA_HOME, else ~/.local/share; on
+// Windows %LOCALAPPDATA%.
 std::string UserDataDir();
+// `dir` and `name` joined with the platform's separator.
+std::string JoinPath(const std::string& dir, const std::string& name);
 bool FileExists(const std::string& path);
 // Creates the directory and its parents; true when it exists afterwards.
 bool MakeDirectories(const std::string& path);

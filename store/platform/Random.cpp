@@ -1,15 +1,6 @@
 #include "platform/Random.h"
 
-#include <sodium.h>
-
-#include <stdexcept>
-
 namespace xo::platform {
-
-void RandomBytes(void* buffer, std::size_t size) {
-  if (sodium_init() < 0) throw std::runtime_error("libsodium failed to initialise");
-  randombytes_buf(buffer, size);
-}
 
 std::string RandomHex(std::size_t bytes) {
   static const char kDigits[] = "0123456789abcdef";

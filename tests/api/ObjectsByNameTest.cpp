@@ -29,9 +29,9 @@ struct Kind {
 void PrintTo(const Kind& kind, std::ostream* out) { *out << kind.name; }
 
 template <class Record>
-Kind Calls(const char* kind, int32_t (*add)(S, const char*, Record*, uint8_t),
-           int32_t (*get)(S, const char*, const char*, Record**),
-           int32_t (*remove)(S, const char*, const char*), const char* scope,
+Kind Calls(const char* kind, std::function<int32_t(S, const char*, Record*, uint8_t)> add,
+           std::function<int32_t(S, const char*, const char*, Record**)> get,
+           std::function<int32_t(S, const char*, const char*)> remove, const char* scope,
            const char* otherScope, int32_t unresolved, int32_t deleteOfNothing = XO_OK) {
   const auto addOne = [=](S h, const char* scope, const char* name, const char* description,
                           uint8_t update) {

@@ -36,7 +36,7 @@ R Full(const std::string& name) {
 
 // The record an Add or Create function takes.
 template <class R>
-R RecordOf(int32_t (*)(PolicyApiSession*, R*, uint8_t));
+R RecordOf(int32_t(XO_API_CALL*)(PolicyApiSession*, R*, uint8_t));
 
 // The domain "sales" and what the records here name: the query scheme
 // "queries", the directory "corporate" and the scheme "tokens".

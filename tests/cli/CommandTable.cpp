@@ -1,12 +1,8 @@
 // The one runner of the command tables (CommandTable.h).
 #include "CommandTable.h"
 
-#include <spawn.h>
-#include <sys/wait.h>
-
 #include <algorithm>
 #include <cctype>
-#include <cerrno>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -22,17 +18,16 @@
 #include "support/ApiCatalog.h"
 #include "support/DirectoryFixtures.h"
 #include "support/Environment.h"
+#include "support/Process.h"
 #include "support/RandomStore.h"
 #include "support/StoreFile.h"
 #include "support/StoreModel.h"
-
-extern char** environ;
 
 namespace xo::test {
 namespace {
 
 using Json = nlohmann::ordered_json;
-using Env = std::map<std::string, std::optional<std::string>>;  // changes; nullopt unsets
+using Env = EnvChanges;
 
 std::map<std::string, std::string>& Documents() {
   static std::map<std::string, std::string> documents;
@@ -48,44 +43,8 @@ struct Run {
 Run RunCli(const std::vector<std::string>& args, const Env& env, const std::string& input) {
   const char* binary = std::getenv("XO_CLI");
   if (!binary || !*binary) throw std::runtime_error("XO_CLI does not name the xopolicy binary");
-  // The arguments, then the environment, each list ended by a null pointer.
-  std::vector<std::string> texts{binary};
-  texts.insert(texts.end(), args.begin(), args.end());
-  const size_t argc = texts.size();
-  for (char** entry = environ; *entry; ++entry) {
-    const std::string text = *entry;
-    if (env.count(text.substr(0, text.find('='))) == 0) texts.push_back(text);
-  }
-  for (const auto& [name, value] : env) {
-    if (value) texts.push_back(name + "=" + *value);
-  }
-  std::vector<char*> pointers;
-  for (std::string& text : texts) pointers.push_back(text.data());
-  pointers.insert(pointers.begin() + argc, nullptr);
-  pointers.push_back(nullptr);
-
-  std::FILE* files[3] = {std::tmpfile(), std::tmpfile(), std::tmpfile()};
-  std::fputs(input.c_str(), files[0]);
-  std::rewind(files[0]);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  for (int fd = 0; fd < 3; ++fd) posix_spawn_file_actions_adddup2(&actions, fileno(files[fd]), fd);
-  pid_t child = 0;
-  const int spawned =
-      posix_spawn(&child, binary, &actions, nullptr, pointers.data(), pointers.data() + argc + 1);
-  posix_spawn_file_actions_destroy(&actions);
-  int status = 0;
-  while (spawned == 0 && waitpid(child, &status, 0) < 0 && errno == EINTR) {
-  }
-  Run run;
-  run.exit = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-  for (auto [file, text] : {std::pair{files[1], &run.out}, std::pair{files[2], &run.err}}) {
-    std::rewind(file);
-    for (int c; (c = std::fgetc(file)) != EOF;) text->push_back(static_cast<char>(c));
-  }
-  for (std::FILE* file : files) std::fclose(file);
-  if (spawned != 0) throw std::runtime_error(std::string("cannot run ") + binary);
-  return run;
+  const ProcessOutcome outcome = ChildProcess(binary, args, env, input).Wait();
+  return {outcome.exit, outcome.out, outcome.err};
 }
 
 std::string ReadFile(const std::string& path) {

@@ -13,6 +13,20 @@ const Case kCases[] = {
     domain add first-domain
     admin list --json | #1 | /0/name=root | /0/adminFlags=1)",
      false},
+#ifdef _WIN32
+    {"InitTakesTheStoreFromTheOptionElseTheEnvironmentElseLocalAppDataElseProfile", R"(
+    init --hash-cost minimum --admin root --password pw ; domain list
+    XO_POLICY_STORE=@DIR/env.db init --hash-cost minimum --store @OTHER --admin root --password pw
+    domain list --store @OTHER
+    XO_POLICY_STORE=@DIR/env.db domain list => 4 | env.db | xopolicy init
+    ~XO_POLICY_STORE LOCALAPPDATA=@DIR/data init --hash-cost minimum --admin root --password pw
+    domain list --store @DIR/data/xo-policy/policy.db
+    ~XO_POLICY_STORE LOCALAPPDATA=@DIR/data domain list
+    ~XO_POLICY_STORE ~LOCALAPPDATA USERPROFILE=@DIR init --hash-cost minimum --admin root \
+      --password pw
+    domain list --store @DIR/AppData/Local/xo-policy/policy.db)",
+     false},
+#else
     {"InitTakesTheStoreFromTheOptionElseTheEnvironmentElseXdgDataHomeElseHome", R"(
     init --hash-cost minimum --admin root --password pw ; domain list
     XO_POLICY_STORE=@DIR/env.db init --hash-cost minimum --store @OTHER --admin root --password pw
@@ -24,6 +38,7 @@ const Case kCases[] = {
     ~XO_POLICY_STORE ~XDG_DATA_HOME HOME=@DIR init --hash-cost minimum --admin root --password pw
     domain list --store @DIR/.local/share/xo-policy/policy.db)",
      false},
+#endif
     {"InitRefusesToOverwriteAStoreOrAnyOtherFile", R"(
     init --store @STORE --admin second --password pw => 1 | already exists | @STORE
     $write @STORE | < notes, not a database\n

@@ -3,12 +3,12 @@
 // rules and cascades, passwords, the audit trail, transactions, read-ahead
 // and read snapshots), each run as one case.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <memory>
 #include <optional>
 #include <sstream>
 
@@ -18,6 +18,7 @@
 #include "XoStoreCodes.h"
 #include "support/DirectStore.h"
 #include "support/Environment.h"
+#include "support/Process.h"
 #include "support/StoreFile.h"
 
 namespace xo::test {
@@ -93,26 +94,34 @@ TEST_F(StoreTest, LoginsMakeSessionsAndAStoreOpensOnlyFromItsOwnFile) {
   }
 }
 
-// Runs this test program again as a writer of domains (the test below is
-// that writer when XO_WRITER is set): 25, or 3 before it is killed.
-pid_t StartWriter(const std::string& mode) {
-  const pid_t child = fork();
-  if (child == 0) {
-    SetEnvironment("XO_WRITER", mode);
-    execl("/proc/self/exe", "store_tests", "--gtest_filter=WriterProcess.Write", nullptr);
-    _exit(127);
+// The standard encoded form: a hash that libsodium made on Linux and one that
+// the Argon2 reference code made on Windows (both of "correct horse", at the
+// minimum cost) verify in either build, and so does a new one.
+TEST(PasswordHashes, EitherBuildVerifiesTheOthersHashes) {
+  const std::string password = "correct horse";
+  for (const std::string& hash : {std::string("$argon2id$v=19$m=8,t=1,p=1$tYj1FOFpIb5S3qI1UxmZ/Q$"
+                                              "xeKGnKE/fl9TycKb0T7lCY1yZVG+iQkbvi8gd0otH6A"),
+                                  std::string("$argon2id$v=19$m=8,t=1,p=1$mLkGVeHixPXgDwp5spoc6A$"
+                                              "Ms8yfDAFyyT2ZHPvqQ4fqyQpgGxDUf8mP3zYIVMsDhs"),
+                                  store::HashPassword(password, "minimum")}) {
+    SCOPED_TRACE(hash);
+    EXPECT_TRUE(hash.starts_with("$argon2id$v=19$m=8,t=1,p=1$"));
+    EXPECT_TRUE(store::VerifyPassword(hash, password));
+    EXPECT_FALSE(store::VerifyPassword(hash, "correct horsE"));
+    EXPECT_FALSE(store::VerifyPassword(hash.substr(0, hash.size() - 2), password));
   }
-  return child;
 }
 
-int Finished(pid_t child) {
-  int status = -1;
-  waitpid(child, &status, 0);
-  return status;
+// Runs this test program again as a writer of domains (the test below is
+// that writer when XO_WRITER is set): 25, or 3 before it is killed.
+std::unique_ptr<ChildProcess> StartWriter(const std::string& mode) {
+  return std::make_unique<ChildProcess>(
+      ThisProgram(), std::vector<std::string>{"--gtest_filter=WriterProcess.Write"},
+      EnvChanges{{"XO_WRITER", mode}});
 }
 
 TEST(WriterProcess, Write) {
-  const char* mode = getenv("XO_WRITER");
+  const char* mode = std::getenv("XO_WRITER");
   if (!mode) GTEST_SKIP() << "runs only as the writer of a multi-process test";
   std::string message;
   ASSERT_TRUE(CXoObjStore::Init(message, false, false, false, false, false, false, true));
@@ -122,7 +131,7 @@ TEST(WriterProcess, Write) {
     CXoObjDomain domain(std::string(mode) + "-" + std::to_string(i), "", {}, {});
     ASSERT_GE(CXoObjStore::Save(domain, false, session.GetSessionID()), 0);
   }
-  if (std::string(mode) == "killed") kill(getpid(), SIGKILL);  // no logout, no close
+  if (std::string(mode) == "killed") KillThisProcess();  // no logout, no close
   session.Logout();
   CXoObjStore::Release();
 }
@@ -130,11 +139,12 @@ TEST(WriterProcess, Write) {
 // Another process writes while this one does, and waits for it; what a
 // writer that is killed had saved stays.
 TEST_F(StoreTest, ProcessesShareOneStoreFileAndWaitForEachOther) {
-  const pid_t writer = StartWriter("child");
+  auto writer = StartWriter("child");
   for (int i = 0; i < 25; ++i) store_->Domain("parent-" + std::to_string(i));
-  EXPECT_EQ(Finished(writer), 0);
-  const int killed = Finished(StartWriter("killed"));
-  EXPECT_TRUE(WIFSIGNALED(killed)) << killed;
+  const ProcessOutcome written = writer->Wait();
+  EXPECT_EQ(written.exit, 0) << written.out << written.err;
+  const ProcessOutcome killed = StartWriter("killed")->Wait();
+  EXPECT_TRUE(killed.killed) << killed.exit << killed.out << killed.err;
   EXPECT_EQ(QueryStoreFile(path_, "SELECT count(*), sum(name = 'killed-2') FROM domain"),
             std::vector<std::string>{"53|1"});
   EXPECT_EQ(store_->Domain("after").GetOidClass(), XoObjId_Domain);

@@ -1,18 +1,21 @@
 #include "support/ConcurrentMix.h"
 
-#include <sys/wait.h>
-#include <unistd.h>
+#include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <functional>
+#include <memory>
+#include <sstream>
 #include <stdexcept>
 #include <thread>
 
 #include "StoreBackend.h"
 #include "XoPolicyApi.h"
 #include "support/Environment.h"
+#include "support/Process.h"
 
 namespace xo::test {
 namespace {
@@ -242,30 +245,37 @@ void PrepareMixStore(const std::string& path, const MixPlan& plan) {
   Xo_PolicyApi_Logout(h);
 }
 
+// A worker process of RunMix: this test program run again, with
+// XO_MIX_WORKER giving "process processes threads members outcome-file".
+TEST(MixWorker, Run) {
+  const char* job = std::getenv("XO_MIX_WORKER");
+  if (!job) GTEST_SKIP() << "runs only as a worker process of a concurrent mix";
+  std::istringstream in(job);
+  int process = 0;
+  MixPlan plan;
+  std::string file;
+  in >> process >> plan.processes >> plan.threads >> plan.membersPerWorker;
+  std::getline(in >> std::ws, file);
+  WriteOutcome(file, RunThreads(process, plan));
+}
+
 MixOutcome RunMix(const std::string& path, const MixPlan& plan) {
   const std::string scratch = MakeScratchDirectory();
   SetEnvironment("XO_POLICY_STORE", path);
-  std::vector<pid_t> children;
+  std::vector<std::unique_ptr<ChildProcess>> children;
   for (int p = 0; p < plan.processes; ++p) {
-    const pid_t child = fork();
-    if (child < 0) throw std::runtime_error("cannot start a worker process");
-    if (child == 0) {
-      int status = 0;
-      try {
-        WriteOutcome(scratch + "/" + std::to_string(p), RunThreads(p, plan));
-      } catch (...) {
-        status = 1;
-      }
-      _exit(status);
-    }
-    children.push_back(child);
+    const std::string job = std::to_string(p) + " " + std::to_string(plan.processes) + " " +
+                            std::to_string(plan.threads) + " " +
+                            std::to_string(plan.membersPerWorker) + " " + scratch + "/" +
+                            std::to_string(p);
+    children.push_back(std::make_unique<ChildProcess>(
+        ThisProgram(), std::vector<std::string>{"--gtest_filter=MixWorker.Run"},
+        EnvChanges{{"XO_MIX_WORKER", job}}));
   }
   MixOutcome all;
   bool failed = false;
   for (size_t p = 0; p < children.size(); ++p) {
-    int status = 0;
-    waitpid(children[p], &status, 0);
-    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+    if (children[p]->Wait().exit != 0) {
       failed = true;
       continue;
     }

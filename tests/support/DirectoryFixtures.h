@@ -81,6 +81,10 @@ class LdapServer {
 // that reads it (tests/directory/odbc-queries.txt, a query a line). Entry keys
 // are "users/NAME" and "groups/NAME"; the view `entries` lists both with their
 // kinds. Passwords are kept as plain text, so that query 4 can compare them.
+// A path of this program's file system as the ODBC driver reads it (under
+// wine the driver is a Linux library).
+std::string DriverPath(const std::string& path);
+
 class OdbcUsers {
  public:
   static constexpr const char* kDriver = "SQLite3";  // as the driver manager knows it
@@ -93,7 +97,7 @@ class OdbcUsers {
   const std::string& DatabasePath() const { return database_; }
   // DSN-less: "Driver=<kDriver>;Database=<DatabasePath()>".
   std::string ConnectionString() const {
-    return std::string("Driver=") + kDriver + ";Database=" + database_;
+    return std::string("Driver=") + kDriver + ";Database=" + DriverPath(database_);
   }
   // The fifteen query texts, by position (index 0 is query 1; the last four
   // are empty).
@@ -115,5 +119,10 @@ class OdbcUsers {
 
 // A port on 127.0.0.1 that nothing listens on.
 int ClosedPort();
+
+// Whether the tests can use the servers above. The Windows programs run
+// under wine: they reach the build machine's ODBC driver through wine's
+// driver manager, but cannot start slapd.
+bool LdapFixtureAvailable();
 
 }  // namespace xo::test

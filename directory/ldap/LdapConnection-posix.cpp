@@ -1,5 +1,3 @@
-#include "ldap/LdapConnection.h"
-
 #include <ldap.h>
 
 #include <algorithm>
@@ -8,6 +6,7 @@
 #include <new>
 #include <system_error>
 
+#include "ldap/LdapConnection.h"
 #include "ldap/NoSigpipe.h"
 
 namespace xo::directory::ldap {

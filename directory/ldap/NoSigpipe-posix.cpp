@@ -1,9 +1,9 @@
-#include "ldap/NoSigpipe.h"
-
 #include <pthread.h>
 #include <signal.h>
 
 #include <ctime>
+
+#include "ldap/NoSigpipe.h"
 
 namespace xo::directory::ldap {
 namespace {

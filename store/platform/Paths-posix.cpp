@@ -1,8 +1,8 @@
-#include "platform/Paths.h"
-
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
+
+#include "platform/Paths.h"
 
 namespace xo::platform {
 
@@ -11,18 +11,18 @@ std::string GetEnv(const char* name) {
   return value ? value : "";
 }
 
+void SetEnv(const char* name, const std::string& value) { setenv(name, value.c_str(), 1); }
+
 std::string UserDataDir() {
   std::string xdg = GetEnv("XDG_DATA_HOME");
   if (!xdg.empty()) return xdg;
-#ifdef _WIN32
-  std::string appData = GetEnv("APPDATA");
-  if (!appData.empty()) return appData;
-#endif
   std::string dir = GetEnv("HOME");
   if (dir.empty()) dir = ".";
   dir.append("/.local/share");
   return dir;
 }
+
+std::string JoinPath(const std::string& dir, const std::string& name) { return dir + "/" + name; }
 
 bool FileExists(const std::string& path) {
   std::error_code ec;

@@ -1,9 +1,9 @@
-#include "ldap/DistinguishedName.h"
-
 #include <ldap.h>
 
 #include <algorithm>
 #include <cctype>
+
+#include "ldap/DistinguishedName.h"
 
 namespace xo::directory::ldap {
 namespace {

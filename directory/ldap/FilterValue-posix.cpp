@@ -1,8 +1,8 @@
-#include "ldap/FilterValue.h"
-
 #include <ldap.h>
 
 #include <new>
+
+#include "ldap/FilterValue.h"
 
 namespace xo::directory::ldap {
 

@@ -1,11 +1,16 @@
 /*
- * Calls XoPolicyApi.dll the way its callers do: loaded with LoadLibrary,
- * every function found by its undecorated name with GetProcAddress and
- * called through a __stdcall pointer. Logs in, adds one object of every
- * kind, reads each back, removes them again and logs out.
+ * load_library_demo: how a Windows program uses XoPolicyApi.dll without its
+ * import library. The DLL is loaded with LoadLibrary, every function is found
+ * by its undecorated name with GetProcAddress and called through a __stdcall
+ * pointer, as callers written in other languages do.
  *
- * Usage: stdcall_caller ADMIN PASSWORD (the store from XO_POLICY_STORE).
- * Exits 0 when every call gave what it should.
+ * It logs in, adds one object of every kind to a domain of its own, reads
+ * each back, removes them again and logs out.
+ *
+ *   load_library_demo ADMIN PASSWORD
+ *
+ * The store is the one XO_POLICY_STORE names (or the default store). Exits 0
+ * when every call gave what it should.
  */
 #include <stdint.h>
 #include <stdio.h>
@@ -82,6 +87,7 @@ static void read_back(int32_t rc, void* list, int32_t type, const char* field, c
   check(*(const int32_t*)list == type, what);
   check(strcmp(field, name) == 0, what);
   CALL(FreeMemory(list));
+  printf("read back %s\n", name);
 }
 
 /* The call, then its list: the list is read only after the call filled it. */
@@ -91,28 +97,9 @@ static void read_back(int32_t rc, void* list, int32_t type, const char* field, c
     read_back(rc_, list, type, (list) ? (list)->member : "", expected, #call); \
   } while (0)
 
-/*
- * True when a one-argument function removed its own argument from the stack,
- * as __stdcall asks: the argument is pushed and the function called here
- * directly, so that nothing of the compiler's stands between.
- */
-static int callee_pops_its_argument(void* function) {
-  uintptr_t left = 0;
-  __asm__ volatile(
-      "mov %%esp, %%esi\n\t"
-      "pushl $0\n\t"
-      "call *%1\n\t"
-      "sub %%esp, %%esi\n\t"
-      "add %%esi, %%esp\n\t"
-      : "=&S"(left)
-      : "r"(function)
-      : "eax", "ecx", "edx", "memory", "cc");
-  return left == 0;
-}
-
 int main(int argc, char** argv) {
   if (argc != 3) {
-    fprintf(stderr, "usage: stdcall_caller ADMIN PASSWORD\n");
+    fprintf(stderr, "usage: load_library_demo ADMIN PASSWORD\n");
     return 2;
   }
   HMODULE dll = LoadLibraryA("XoPolicyApi.dll");
@@ -125,15 +112,13 @@ int main(int argc, char** argv) {
   check(name != NULL, "GetProcAddress Xo_PolicyApi_" #name);
   XO_FUNCTIONS(LOAD)
   if (failures) return 1;
-  check(callee_pops_its_argument((void*)Logout), "Xo_PolicyApi_Logout pops its argument");
-  check(callee_pops_its_argument((void*)FreeMemory), "Xo_PolicyApi_FreeMemory pops its argument");
 
   S h = NULL;
   if (Login(&h, NULL, argv[1], argv[2], "localhost", "", 0) != XO_OK) {
     fprintf(stderr, "cannot log in as %s\n", argv[1]);
     return 1;
   }
-  const char* d = "abi-domain";
+  const char* d = "demo-domain";
 
   DomainRecord domain = {0};
   put(domain.name, d);
@@ -143,110 +128,110 @@ int main(int argc, char** argv) {
   READ_BACK(GetDomain(h, d, &domains), domains, 7, name, d);
 
   AgentRecord agent = {0};
-  put(agent.name, "abi-agent");
+  put(agent.name, "demo-agent");
   put(agent.agentTypeName, "HTTP Agent");
   CALL(AddAgent(h, &agent, 0));
   AgentRecord* agents = NULL;
-  READ_BACK(GetAgent(h, "abi-agent", &agents), agents, 6, name, "abi-agent");
+  READ_BACK(GetAgent(h, "demo-agent", &agents), agents, 6, name, "demo-agent");
 
   SchemeRecord scheme = {0};
-  put(scheme.name, "abi-scheme");
+  put(scheme.name, "demo-scheme");
   put(scheme.schemeString1, "basic");
   CALL(AddScheme(h, &scheme, 0));
   SchemeRecord* schemes = NULL;
-  READ_BACK(GetScheme(h, "abi-scheme", &schemes), schemes, 11, name, "abi-scheme");
+  READ_BACK(GetScheme(h, "demo-scheme", &schemes), schemes, 11, name, "demo-scheme");
 
   OdbcQuerySchemeRecord queries = {0};
-  put(queries.name, "abi-queries");
+  put(queries.name, "demo-queries");
   put(queries.query[0], "SELECT name FROM users");
   CALL(CreateODBCQueryScheme(h, &queries, 0));
   OdbcQuerySchemeRecord* queryList = NULL;
-  READ_BACK(GetODBCQueryScheme(h, "abi-queries", &queryList), queryList, 14, query[0],
+  READ_BACK(GetODBCQueryScheme(h, "demo-queries", &queryList), queryList, 14, query[0],
             "SELECT name FROM users");
 
   UserDirRecord directory = {0};
-  put(directory.name, "abi-directory");
+  put(directory.name, "demo-directory");
   put(directory.directoryType, "LDAP:");
   put(directory.string1, "ldap://localhost");
   CALL(CreateUserDir(h, &directory, 0));
   UserDirRecord* directories = NULL;
-  READ_BACK(GetUserDir(h, "abi-directory", &directories), directories, 5, string1,
+  READ_BACK(GetUserDir(h, "demo-directory", &directories), directories, 5, string1,
             "ldap://localhost");
 
   AdminRecord admin = {0};
-  put(admin.name, "abi-admin");
-  put(admin.adminText, "abi-password");
+  put(admin.name, "demo-admin");
+  put(admin.adminText, "demo-password");
   admin.adminFlags = XO_ADMIN_DOMAIN;
   CALL(AddAdmin(h, &admin, 0));
   AdminRecord* admins = NULL;
-  READ_BACK(GetAdmin(h, "abi-admin", &admins), admins, 12, name, "abi-admin");
+  READ_BACK(GetAdmin(h, "demo-admin", &admins), admins, 12, name, "demo-admin");
 
   RealmRecord realm = {0};
-  put(realm.name, "abi-realm");
-  put(realm.agentName, "abi-agent");
-  put(realm.schemeName, "abi-scheme");
+  put(realm.name, "demo-realm");
+  put(realm.agentName, "demo-agent");
+  put(realm.schemeName, "demo-scheme");
   CALL(AddRealm(h, d, &realm, 0));
   RealmRecord* realms = NULL;
-  READ_BACK(GetRealm(h, "abi-realm", d, &realms), realms, 3, agentName, "abi-agent");
+  READ_BACK(GetRealm(h, "demo-realm", d, &realms), realms, 3, agentName, "demo-agent");
 
   RuleRecord rule = {0};
-  put(rule.name, "abi-rule");
-  put(rule.realmName, "abi-realm");
+  put(rule.name, "demo-rule");
+  put(rule.realmName, "demo-realm");
   put(rule.ruleText1, "GET");
   CALL(AddRule(h, d, &rule, 0));
   RuleRecord* rules = NULL;
-  READ_BACK(GetRule(h, "abi-rule", "abi-realm", d, &rules), rules, 1, ruleText1, "GET");
+  READ_BACK(GetRule(h, "demo-rule", "demo-realm", d, &rules), rules, 1, ruleText1, "GET");
 
   ResponseRecord response = {0};
-  put(response.name, "abi-response");
+  put(response.name, "demo-response");
   put(response.agentTypeName, "HTTP Agent");
   CALL(AddResponse(h, d, &response, 0));
   ResponseRecord* responses = NULL;
-  READ_BACK(GetResponse(h, "abi-response", d, &responses), responses, 4, name, "abi-response");
+  READ_BACK(GetResponse(h, "demo-response", d, &responses), responses, 4, name, "demo-response");
 
   ResponseAttrRecord attr = {0};
   put(attr.attrName, "HTTP-Header-Fixed");
-  put(attr.value, "X-Abi: 1");
-  CALL(AddResponseAttr(h, "abi-response", d, &attr));
+  put(attr.value, "X-Demo: 1");
+  CALL(AddResponseAttr(h, "demo-response", d, &attr));
   ResponseAttrRecord* attrs = NULL;
-  READ_BACK(GetResponseAttrs(h, "abi-response", d, &attrs), attrs, 9, value, "X-Abi: 1");
+  READ_BACK(GetResponseAttrs(h, "demo-response", d, &attrs), attrs, 9, value, "X-Demo: 1");
 
   PolicyRecord policy = {0};
-  put(policy.name, "abi-policy");
+  put(policy.name, "demo-policy");
   CALL(AddPolicy(h, d, &policy, 0));
   PolicyRecord* policies = NULL;
-  READ_BACK(GetPolicy(h, "abi-policy", d, &policies), policies, 2, name, "abi-policy");
+  READ_BACK(GetPolicy(h, "demo-policy", d, &policies), policies, 2, name, "demo-policy");
 
   PolicyLinkRecord link = {0};
-  put(link.realmName, "abi-realm");
-  put(link.ruleName, "abi-rule");
-  put(link.responseName, "abi-response");
-  CALL(AddPolicyLink(h, d, "abi-policy", &link));
+  put(link.realmName, "demo-realm");
+  put(link.ruleName, "demo-rule");
+  put(link.responseName, "demo-response");
+  CALL(AddPolicyLink(h, d, "demo-policy", &link));
   PolicyLinkRecord* links = NULL;
-  READ_BACK(GetPolicyLinks(h, d, "abi-policy", &links), links, 8, responseName, "abi-response");
+  READ_BACK(GetPolicyLinks(h, d, "demo-policy", &links), links, 8, responseName, "demo-response");
 
   GroupRecord group = {0};
-  put(group.name, "abi-group");
+  put(group.name, "demo-group");
   put(group.vendorName, "HTTP Agent");
   CALL(AddGroup(h, XO_GROUP_RULE, d, &group, 0));
   GroupRecord* groups = NULL;
-  READ_BACK(GetGroup(h, XO_GROUP_RULE, "abi-group", d, &groups), groups, 13, name, "abi-group");
+  READ_BACK(GetGroup(h, XO_GROUP_RULE, "demo-group", d, &groups), groups, 13, name, "demo-group");
 
   char** names = NULL;
   CALL(GetDomainObjectNames(h, d, XO_DOMAIN_POLICIES, &names));
-  check(names && names[0] && strcmp(names[0], "abi-policy") == 0 && !names[1],
+  check(names && names[0] && strcmp(names[0], "demo-policy") == 0 && !names[1],
         "GetDomainObjectNames lists the policy");
   if (names) CALL(FreeStringArray(names));
 
   CALL(DeleteDomain(h, d));
-  CALL(DeleteAdmin(h, "abi-admin"));
-  CALL(DeleteUserDir(h, "abi-directory"));
-  CALL(DeleteODBCQueryScheme(h, "abi-queries"));
-  CALL(DeleteAgent(h, "abi-agent"));
-  CALL(DeleteScheme(h, "abi-scheme"));
+  CALL(DeleteAdmin(h, "demo-admin"));
+  CALL(DeleteUserDir(h, "demo-directory"));
+  CALL(DeleteODBCQueryScheme(h, "demo-queries"));
+  CALL(DeleteAgent(h, "demo-agent"));
+  CALL(DeleteScheme(h, "demo-scheme"));
   CALL(Logout(h));
   FreeLibrary(dll);
   if (failures) return 1;
-  printf("every call through __stdcall pointers answered as it should\n");
+  printf("Every call through a __stdcall pointer answered as it should.\n");
   return 0;
 }

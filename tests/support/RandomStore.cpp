@@ -10,7 +10,7 @@ namespace {
 // The first record a Get call hands out, as an input record to make it
 // again; an empty record when there is none.
 template <class R>
-R FirstRecord(int32_t (*get)(PolicyApiSession*, const char*, R**), PolicyApiSession* h,
+R FirstRecord(int32_t(XO_API_CALL* get)(PolicyApiSession*, const char*, R**), PolicyApiSession* h,
               const char* name) {
   R* list = nullptr;
   get(h, name, &list);

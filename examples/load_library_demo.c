@@ -159,12 +159,12 @@ int main(int argc, char** argv) {
             "ldap://localhost");
 
   AdminRecord admin = {0};
-  put(admin.name, "demo-admin");
+  put(admin.name, "demo-operator");
   put(admin.adminText, "demo-password");
   admin.adminFlags = XO_ADMIN_DOMAIN;
   CALL(AddAdmin(h, &admin, 0));
   AdminRecord* admins = NULL;
-  READ_BACK(GetAdmin(h, "demo-admin", &admins), admins, 12, name, "demo-admin");
+  READ_BACK(GetAdmin(h, "demo-operator", &admins), admins, 12, name, "demo-operator");
 
   RealmRecord realm = {0};
   put(realm.name, "demo-realm");
@@ -224,7 +224,7 @@ int main(int argc, char** argv) {
   if (names) CALL(FreeStringArray(names));
 
   CALL(DeleteDomain(h, d));
-  CALL(DeleteAdmin(h, "demo-admin"));
+  CALL(DeleteAdmin(h, "demo-operator"));
   CALL(DeleteUserDir(h, "demo-directory"));
   CALL(DeleteODBCQueryScheme(h, "demo-queries"));
   CALL(DeleteAgent(h, "demo-agent"));

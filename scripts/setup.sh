@@ -1,7 +1,18 @@
 #!/usr/bin/env bash
 # Installs what building and testing the project needs on Debian 12.
+# With --cross, also what the 32-bit builds need: the i386 architecture and
+# its libraries for the -m32 build (scripts/setup-m32.sh), mingw-w64 and
+# wine32 for the Windows DLL (scripts/setup-windows.sh).
 # Safe to run again: it does nothing when everything is already installed.
 set -euo pipefail
+cd "$(dirname "$0")/.."
+
+cross() {
+  if [ "${1:-}" = --cross ]; then
+    bash scripts/setup-m32.sh
+    bash scripts/setup-windows.sh
+  fi
+}
 
 packages=(
   build-essential cmake pkg-config
@@ -25,6 +36,7 @@ done
 
 if [ ${#missing[@]} -eq 0 ]; then
   echo "setup: all required packages are installed."
+  cross "$@"
   exit 0
 fi
 
@@ -45,3 +57,4 @@ export DEBIAN_FRONTEND=noninteractive
 echo "slapd slapd/no_configuration boolean true" | "${as_root[@]}" debconf-set-selections
 "${as_root[@]}" apt-get update
 "${as_root[@]}" apt-get install -y --no-install-recommends "${packages[@]}"
+cross "$@"

@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
-# Builds and runs every test twice: a normal build, then one with the address
-# and undefined-behaviour sanitizers. Fails on the first failure.
+# Builds and runs every test: a normal build, one with the address and
+# undefined-behaviour sanitizers, a 32-bit Linux build, and the 32-bit Windows
+# DLL with its suites under wine. Fails on the first failure.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 jobs=2
-bash scripts/setup.sh
+bash scripts/setup.sh --cross
 
 run_suite() {
   local build_dir=$1
@@ -24,4 +25,8 @@ export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 run_suite build-test-asan -DCMAKE_BUILD_TYPE=Debug -DXO_SANITIZE=ON -DXO_BUILD_BENCH=OFF
 
-echo "== all tests passed (plain and sanitized builds)"
+unset ASAN_OPTIONS UBSAN_OPTIONS
+bash scripts/test-m32.sh
+bash scripts/test-windows.sh
+
+echo "== all tests passed (plain, sanitized, 32-bit Linux and Windows builds)"

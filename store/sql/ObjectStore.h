@@ -11,10 +11,10 @@
 
 #include "XoObjClasses.h"
 #include "XoObjDict.h"
-#include "sqlite/Connection.h"
-#include "sqlite/Schema.h"
+#include "sql/Connection.h"
+#include "sql/Schema.h"
 
-namespace xo::store::sqlite {
+namespace xo::store::sql {
 
 // A property and the text it must equal.
 using Filter = std::pair<const XoPropDef*, std::string>;
@@ -69,4 +69,4 @@ class ObjectStore {
   Connection& db_;
 };
 
-}  // namespace xo::store::sqlite
+}  // namespace xo::store::sql

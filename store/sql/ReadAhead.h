@@ -13,7 +13,7 @@
 
 #include "XoObjClasses.h"
 
-namespace xo::store::sqlite {
+namespace xo::store::sql {
 
 class ObjectStore;
 
@@ -45,4 +45,4 @@ class ReadAhead {
   std::unordered_map<std::string, std::unique_ptr<CXoObjBase>> rows_;
 };
 
-}  // namespace xo::store::sqlite
+}  // namespace xo::store::sql

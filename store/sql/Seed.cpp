@@ -1,8 +1,8 @@
-#include "sqlite/Seed.h"
+#include "sql/Seed.h"
 
 #include "XoAdmSession.h"
 
-namespace xo::store::sqlite {
+namespace xo::store::sql {
 namespace {
 
 struct AttributeSeed {
@@ -81,4 +81,4 @@ void SeedStore(ObjectStore& store, const NewStoreOptions& options,
   store.Save(admin, false);
 }
 
-}  // namespace xo::store::sqlite
+}  // namespace xo::store::sql

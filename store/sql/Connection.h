@@ -1,8 +1,10 @@
-// One SQLite connection with its prepared statements. A connection serves
-// one session (or the store's own lookups) at a time.
+// One database connection with its prepared statements, as the relational
+// store sees it: statements, and the transactions that every store operation
+// runs in. Each backend (SQLite, PostgreSQL) supplies the connection itself,
+// its dialect and its error codes; the rules of when a transaction or a
+// savepoint begins and ends are the same for both and live here. A
+// connection serves one session (or the store's own lookups) at a time.
 #pragma once
-
-#include <sqlite3.h>
 
 #include <cstdint>
 #include <memory>
@@ -11,38 +13,31 @@
 #include <unordered_map>
 
 #include "XoObjId.h"
-#include "sqlite/ReadAhead.h"
+#include "sql/Dialect.h"
+#include "sql/ReadAhead.h"
 
-namespace xo::store::sqlite {
+namespace xo::store::sql {
 
-// Thrown inside the backend with a store result; caught at its boundary.
+// Thrown inside the store with a store result; caught at its boundary.
 struct StoreError {
   int32_t code;
 };
 
-// The store result for an SQLite error code.
-int32_t MapSqliteError(int rc);
-
+// A prepared statement. Parameters are numbered from 1 and written "?N" in
+// the SQL text of every dialect; columns are numbered from 0.
 class Statement {
  public:
-  explicit Statement(sqlite3_stmt* stmt) : stmt_(stmt) {}
-  Statement(const Statement&) = delete;
-  Statement& operator=(const Statement&) = delete;
-  ~Statement();
-
-  Statement& Bind(int index, std::string_view text);
-  Statement& Bind(int index, int64_t value);
-  Statement& BindNull(int index);
+  virtual ~Statement() = default;
+  virtual Statement& Bind(int index, std::string_view text) = 0;
+  virtual Statement& Bind(int index, int64_t value) = 0;
+  virtual Statement& BindNull(int index) = 0;
   // True for a row, false when done; throws on error.
-  bool Step();
-  void Reset();
-  std::string Text(int column) const;
-  int64_t Int(int column) const;
-  bool IsNull(int column) const;
-  sqlite3_stmt* Raw() const { return stmt_; }
-
- private:
-  sqlite3_stmt* stmt_;
+  virtual bool Step() = 0;
+  // Makes the statement ready to run again, with no parameters bound.
+  virtual void Reset() = 0;
+  virtual std::string Text(int column) const = 0;
+  virtual int64_t Int(int column) const = 0;
+  virtual bool IsNull(int column) const = 0;
 };
 
 // Resets a statement when the scope ends, so it can be reused.
@@ -59,17 +54,19 @@ class Use {
 
 class Connection {
  public:
-  // Opens the file; with `create` a missing file is created.
-  static std::unique_ptr<Connection> Open(const std::string& path, bool create,
-                                          std::string& message, int32_t& code);
+  Connection() = default;
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
-  ~Connection();
+  virtual ~Connection() = default;
 
-  sqlite3* Db() const { return db_; }
+  virtual const Dialect& Sql() const = 0;
+  // The database's description of the last failure, for messages.
+  virtual std::string LastError() const = 0;
+
   // A prepared statement for the SQL text, prepared once per connection.
   Statement& Prepare(const std::string& sql);
-  void Exec(const char* sql);
+  // Runs statements without results; throws on error.
+  virtual void Exec(const std::string& sql) = 0;
 
   // Write transactions take the write lock up front. Inside a transaction
   // that the session opened itself, each operation is a savepoint instead.
@@ -104,9 +101,16 @@ class Connection {
   std::string adminName;
   CXoObjId adminOid;
 
+ protected:
+  virtual std::unique_ptr<Statement> PrepareNew(const std::string& sql) = 0;
+  // Whether a transaction is open: the database may have ended one itself.
+  virtual bool InTransaction() const = 0;
+  // Runs SQL when failure needs no answer: a rollback, a lock given back.
+  virtual bool TryExec(const std::string& sql) noexcept = 0;
+  // Drops the prepared statements, before the connection closes.
+  void ForgetStatements() { statements_.clear(); }
+
  private:
-  explicit Connection(sqlite3* db) : db_(db) {}
-  sqlite3* db_;
   std::unordered_map<std::string, std::unique_ptr<Statement>> statements_;
   bool operationOpen_ = false;
   bool operationIsSavepoint_ = false;
@@ -116,6 +120,7 @@ class Connection {
 
   // A transaction that spans operations: each operation is a savepoint in it.
   bool Spanning() const { return sessionTransaction_ || change_; }
+  void Begin(const std::string& begin);
 };
 
-}  // namespace xo::store::sqlite
+}  // namespace xo::store::sql

@@ -1,8 +1,8 @@
-#include "sqlite/ReadAhead.h"
+#include "sql/ReadAhead.h"
 
-#include "sqlite/ObjectStore.h"
+#include "sql/ObjectStore.h"
 
-namespace xo::store::sqlite {
+namespace xo::store::sql {
 
 void ReadAhead::Expect(const CXoObjIdArray& ids) {
   Clear();
@@ -64,4 +64,4 @@ void ReadAhead::LoadChunk(size_t first, int32_t cls, ObjectStore& store) {
   }
 }
 
-}  // namespace xo::store::sqlite
+}  // namespace xo::store::sql

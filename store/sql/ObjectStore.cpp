@@ -1,4 +1,4 @@
-#include "sqlite/ObjectStore.h"
+#include "sql/ObjectStore.h"
 
 #include <algorithm>
 #include <cctype>
@@ -9,9 +9,9 @@
 #include "XoAdmSession.h"
 #include "XoStoreCodes.h"
 #include "platform/Clock.h"
-#include "sqlite/ReadAhead.h"
+#include "sql/ReadAhead.h"
 
-namespace xo::store::sqlite {
+namespace xo::store::sql {
 namespace {
 
 constexpr int kMaxChain = 100000;
@@ -77,7 +77,7 @@ const std::vector<Incoming>& IncomingReferences(int32_t target) {
 }  // namespace
 
 const ClassSql& ObjectStore::Sql(int32_t cls) {
-  const ClassSql* sql = SqlFor(cls);
+  const ClassSql* sql = SqlFor(cls, db_.Sql());
   if (!sql) Fail(kInvalidId);
   return *sql;
 }
@@ -99,7 +99,7 @@ std::string ObjectStore::SearchText(const XoPropDef& def, const XoPropValue& val
 }
 
 bool ObjectStore::Exists(const CXoObjId& id) {
-  const ClassSql* sql = SqlFor(id.GetOidClass());
+  const ClassSql* sql = SqlFor(id.GetOidClass(), db_.Sql());
   if (!sql) return false;
   Use exists(db_.Prepare(sql->exists));
   exists->Bind(1, id.GetOidString());
@@ -359,7 +359,8 @@ CXoObjIdArray ObjectStore::ReadList(const CXoObjId& owner, const XoPropDef& def)
   } else if (def.storage == XoPropStorage::Inverse) {
     Use list(
         db_.Prepare("SELECT owner FROM xo_list WHERE member = ?1 AND owner_class = ?2 "
-                    "AND prop = ?3 ORDER BY rowid"));
+                    "AND prop = ?3 ORDER BY " +
+                    db_.Sql().listOrder));
     list->Bind(1, owner.GetOidString()).Bind(2, int64_t{def.listClass});
     list->Bind(3, int64_t{def.listProp});
     while (list->Step()) ids.emplace_back(list->Text(0));
@@ -540,7 +541,7 @@ std::string ObjectStore::LabelOf(const CXoObjId& id) {
 void ObjectStore::Remove(const CXoObjId& id) {
   if (!IsWellFormed(id) || id.IsOidNull()) Fail(kInvalidId);
   int32_t cls = id.GetOidClass();
-  if (cls == XoObjId_Root || !SqlFor(cls)) Fail(kInvalidArgument);
+  if (cls == XoObjId_Root || !SqlFor(cls, db_.Sql())) Fail(kInvalidArgument);
   if (!Exists(id)) Fail(kNotFound);
   const bool guarded = cls == XoObjId_Admin;
   const int64_t systemAdmins = guarded ? PasswordSystemAdmins() : 0;
@@ -620,4 +621,4 @@ void ObjectStore::Audit(const std::string& operation, int32_t cls, const std::st
   insert->Step();
 }
 
-}  // namespace xo::store::sqlite
+}  // namespace xo::store::sql

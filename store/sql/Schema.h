@@ -7,8 +7,9 @@
 #include <vector>
 
 #include "XoObjDict.h"
+#include "sql/Dialect.h"
 
-namespace xo::store::sqlite {
+namespace xo::store::sql {
 
 class Connection;
 
@@ -29,10 +30,10 @@ struct ClassSql {
   std::string deleteRow;
 };
 
-// The SQL of a class; null for classes without a dictionary.
-const ClassSql* SqlFor(int32_t cls);
+// The SQL of a class in a dialect; null for classes without a dictionary.
+const ClassSql* SqlFor(int32_t cls, const Dialect& dialect);
 
 // Creates every table and index of a new store.
 void CreateSchema(Connection& connection);
 
-}  // namespace xo::store::sqlite
+}  // namespace xo::store::sql

@@ -1,23 +1,37 @@
-// The embedded store: one SQLite database file in WAL mode. Every session
-// works on a connection of its own; every operation is one transaction.
+// The relational store over any database that supplies connections: every
+// session works on a connection of its own; every operation is one
+// transaction.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <unordered_map>
 
 #include "StoreBackend.h"
-#include "sqlite/Connection.h"
+#include "sql/Connection.h"
 
-namespace xo::store {
+namespace xo::store::sql {
 
-class SqliteBackend : public IStoreBackend {
+// Opens another connection to the same database, for a new session.
+using Connect = std::function<std::unique_ptr<Connection>(std::string& message, int32_t& code)>;
+
+class RelationalBackend : public IStoreBackend {
  public:
-  static std::unique_ptr<IStoreBackend> Open(const std::string& path, std::string& message);
-  static int32_t Create(const std::string& path, const NewStoreOptions& options,
-                        std::string& message);
-  ~SqliteBackend() override;
+  // A backend over an initialised store (see CheckInitialised), with the
+  // connection for the store's own lookups; `location` names it in messages.
+  RelationalBackend(std::string location, Connect connect, std::unique_ptr<Connection> control);
+  ~RelationalBackend() override;
+
+  // Whether the connection's database holds a store of this schema version.
+  static int32_t CheckInitialised(Connection& connection, const std::string& location,
+                                  std::string& message);
+  // Makes a new store in an empty database: its schema, its seeded objects
+  // and its first administrator, in one transaction. kExists when the
+  // database holds tables already.
+  static int32_t Initialise(Connection& connection, const std::string& location,
+                            const NewStoreOptions& options, std::string& message);
 
   int32_t LookupAdmin(const std::string& name, AdminCredentials& out) override;
   int32_t BeginSession(const AdminCredentials& admin, const std::string& sessionId) override;
@@ -58,13 +72,13 @@ class SqliteBackend : public IStoreBackend {
   int32_t ReadInfo(StoreInfo& out) override;
 
  private:
-  SqliteBackend(std::string path, std::unique_ptr<sqlite::Connection> control);
-  sqlite::Connection* SessionConnection(const std::string& sessionId);
+  Connection* SessionConnection(const std::string& sessionId);
 
-  std::string path_;
+  std::string location_;
+  Connect connect_;
   std::mutex mutex_;  // guards control_ and sessions_
-  std::unique_ptr<sqlite::Connection> control_;
-  std::unordered_map<std::string, std::unique_ptr<sqlite::Connection>> sessions_;
+  std::unique_ptr<Connection> control_;
+  std::unordered_map<std::string, std::unique_ptr<Connection>> sessions_;
 };
 
-}  // namespace xo::store
+}  // namespace xo::store::sql

@@ -1,22 +1,15 @@
-#include "sqlite/SqliteBackend.h"
+#include "sql/RelationalBackend.h"
 
 #include <new>
 
 #include "XoAdmSession.h"
 #include "XoStoreCodes.h"
 #include "platform/Clock.h"
-#include "platform/Paths.h"
-#include "sqlite/ObjectStore.h"
-#include "sqlite/Schema.h"
-#include "sqlite/Seed.h"
+#include "sql/ObjectStore.h"
+#include "sql/Schema.h"
+#include "sql/Seed.h"
 
-namespace xo::store {
-
-using sqlite::Connection;
-using sqlite::ObjectStore;
-using sqlite::StoreError;
-using sqlite::Use;
-
+namespace xo::store::sql {
 namespace {
 
 enum class Mode {
@@ -50,97 +43,58 @@ int32_t Run(Connection* connection, Mode mode, Work work) {
   }
 }
 
-// Reads the schema version; fails unless this is an initialised store.
-int32_t CheckInitialised(Connection& connection, const std::string& path, std::string& message) {
+}  // namespace
+
+RelationalBackend::RelationalBackend(std::string location, Connect connect,
+                                     std::unique_ptr<Connection> control)
+    : location_(std::move(location)), connect_(std::move(connect)), control_(std::move(control)) {
+  control_->adminName = "(store)";
+}
+
+RelationalBackend::~RelationalBackend() = default;
+
+int32_t RelationalBackend::CheckInitialised(Connection& connection, const std::string& location,
+                                            std::string& message) {
   try {
     Use version(connection.Prepare("SELECT value FROM xo_meta WHERE key = 'schema_version'"));
     if (!version->Step()) {
-      message = path + " is not an initialised policy store";
+      message = location + " is not an initialised policy store";
       return kNotInitialised;
     }
-    if (version->Text(0) != std::to_string(sqlite::kSchemaVersion)) {
-      message = path + " has schema version " + version->Text(0) + ", this library reads " +
-                std::to_string(sqlite::kSchemaVersion);
+    if (version->Text(0) != std::to_string(kSchemaVersion)) {
+      message = location + " has schema version " + version->Text(0) + ", this library reads " +
+                std::to_string(kSchemaVersion);
       return kSchemaMismatch;
     }
     return kOk;
   } catch (const StoreError& error) {
-    message =
-        path + " is not an initialised policy store (" + sqlite3_errmsg(connection.Db()) + ")";
+    message = location + " is not an initialised policy store (" + connection.LastError() + ")";
     return error.code == kInternal ? kNotInitialised : error.code;
   }
 }
 
-}  // namespace
-
-SqliteBackend::SqliteBackend(std::string path, std::unique_ptr<Connection> control)
-    : path_(std::move(path)), control_(std::move(control)) {}
-
-SqliteBackend::~SqliteBackend() = default;
-
-std::unique_ptr<IStoreBackend> SqliteBackend::Open(const std::string& path, std::string& message) {
-  if (!platform::FileExists(path)) {
-    message = "no policy store at " + path + " (create one with 'xopolicy init')";
-    return nullptr;
-  }
-  int32_t code = kOk;
-  std::unique_ptr<Connection> control = Connection::Open(path, false, message, code);
-  if (!control) return nullptr;
-  if (Failed(CheckInitialised(*control, path, message))) return nullptr;
-  control->adminName = "(store)";
-  return std::unique_ptr<IStoreBackend>(new SqliteBackend(path, std::move(control)));
-}
-
-int32_t SqliteBackend::Create(const std::string& path, const NewStoreOptions& options,
-                              std::string& message) {
-  if (options.adminName.empty()) {
-    message = "the first administrator needs a name";
-    return kNameRequired;
-  }
-  if (options.adminName.size() > 1023 || options.adminPassword.size() > 1023) {
-    message = "the administrator's name and password are limited to 1023 bytes";
-    return kTextTooLong;
-  }
-  if (options.adminPassword.empty()) {
-    message = "the first administrator needs a password";
-    return kNameRequired;
-  }
-  if (options.hashCost != "interactive" && options.hashCost != "moderate" &&
-      options.hashCost != "minimum") {
-    message = "unknown password-hashing cost '" + options.hashCost + "'";
-    return kInvalidArgument;
-  }
-  if (platform::FileExists(path)) {
-    message = "a policy store already exists at " + path + "; it was left untouched";
-    return kExists;
-  }
-  if (!platform::MakeDirectories(platform::ParentDirectory(path))) {
-    message = "cannot create the directory " + platform::ParentDirectory(path);
-    return kUnavailable;
-  }
-  int32_t code = kOk;
-  std::unique_ptr<Connection> connection = Connection::Open(path, true, message, code);
-  if (!connection) return code;
-  connection->adminName = "(init)";
+int32_t RelationalBackend::Initialise(Connection& connection, const std::string& location,
+                                      const NewStoreOptions& options, std::string& message) {
+  connection.adminName = "(init)";
   try {
-    connection->Exec("BEGIN EXCLUSIVE");
-    Use tables(connection->Prepare("SELECT count(*) FROM sqlite_master"));
+    connection.Exec(connection.Sql().beginWrite);
+    Use tables(connection.Prepare(connection.Sql().countTables));
     if (tables->Step() && tables->Int(0) > 0) {
-      connection->Exec("ROLLBACK");
-      message = "a policy store already exists at " + path + "; it was left untouched";
+      connection.Exec("ROLLBACK");
+      message = "a policy store already exists at " + location + "; it was left untouched";
       return kExists;
     }
   } catch (const StoreError& error) {
-    message = "cannot create the policy store at " + path + ": " + sqlite3_errmsg(connection->Db());
+    message = "cannot create the policy store at " + location + ": " + connection.LastError();
     return error.code;
   }
   try {
-    sqlite::CreateSchema(*connection);
-    ObjectStore store(*connection);
-    sqlite::SeedStore(store, options, HashPassword(options.adminPassword, options.hashCost));
-    Use meta(connection->Prepare("INSERT INTO xo_meta (key, value) VALUES (?1, ?2)"));
+    CreateSchema(connection);
+    ObjectStore store(connection);
+    SeedStore(store, options, HashPassword(options.adminPassword, options.hashCost));
+    Use meta(connection.Prepare("INSERT INTO xo_meta (key, value) VALUES (?1, ?2)"));
     const std::pair<std::string, std::string> settings[] = {
-        {"schema_version", std::to_string(sqlite::kSchemaVersion)},
+        {"schema_version", std::to_string(kSchemaVersion)},
         {"hash-cost", options.hashCost},
         {"created", std::to_string(platform::NowSeconds())}};
     for (const auto& [key, value] : settings) {
@@ -148,24 +102,27 @@ int32_t SqliteBackend::Create(const std::string& path, const NewStoreOptions& op
       meta->Bind(1, key).Bind(2, value);
       meta->Step();
     }
-    connection->Exec("COMMIT");
+    connection.Exec("COMMIT");
   } catch (const StoreError& error) {
-    message =
-        "cannot initialise the policy store at " + path + ": " + sqlite3_errmsg(connection->Db());
-    sqlite3_exec(connection->Db(), "ROLLBACK", nullptr, nullptr, nullptr);
+    message = "cannot initialise the policy store at " + location + ": " + connection.LastError();
+    try {
+      connection.Exec("ROLLBACK");
+    } catch (const StoreError&) {
+      // The database ended the transaction itself.
+    }
     return error.code;
   }
-  message = "created a policy store at " + path;
+  message = "created a policy store at " + location;
   return kOk;
 }
 
-Connection* SqliteBackend::SessionConnection(const std::string& sessionId) {
+Connection* RelationalBackend::SessionConnection(const std::string& sessionId) {
   std::lock_guard<std::mutex> lock(mutex_);
   auto found = sessions_.find(sessionId);
   return found == sessions_.end() ? nullptr : found->second.get();
 }
 
-int32_t SqliteBackend::LookupAdmin(const std::string& name, AdminCredentials& out) {
+int32_t RelationalBackend::LookupAdmin(const std::string& name, AdminCredentials& out) {
   std::lock_guard<std::mutex> lock(mutex_);
   return Run(control_.get(), Mode::Read, [&](ObjectStore& store) {
     const CXoObjDictProp& dict = *CXoObjDictProp::ForClass(XoObjId_Admin);
@@ -183,10 +140,11 @@ int32_t SqliteBackend::LookupAdmin(const std::string& name, AdminCredentials& ou
   });
 }
 
-int32_t SqliteBackend::BeginSession(const AdminCredentials& admin, const std::string& sessionId) {
+int32_t RelationalBackend::BeginSession(const AdminCredentials& admin,
+                                        const std::string& sessionId) {
   std::string message;
   int32_t code = kOk;
-  std::unique_ptr<Connection> connection = Connection::Open(path_, false, message, code);
+  std::unique_ptr<Connection> connection = connect_(message, code);
   if (!connection) return code;
   connection->adminName = admin.name;
   connection->adminOid = admin.oid;
@@ -195,7 +153,7 @@ int32_t SqliteBackend::BeginSession(const AdminCredentials& admin, const std::st
   return kOk;
 }
 
-int32_t SqliteBackend::EndSession(const std::string& sessionId) {
+int32_t RelationalBackend::EndSession(const std::string& sessionId) {
   std::unique_ptr<Connection> ended;
   {
     std::lock_guard<std::mutex> lock(mutex_);
@@ -214,13 +172,13 @@ int32_t SqliteBackend::EndSession(const std::string& sessionId) {
   return kOk;
 }
 
-int32_t SqliteBackend::ReadRights(const std::string& sessionId, const CXoObjId& scope,
-                                  AdminRights& out) {
+int32_t RelationalBackend::ReadRights(const std::string& sessionId, const CXoObjId& scope,
+                                      AdminRights& out) {
   Connection* connection = SessionConnection(sessionId);
   return Run(connection, Mode::Single, [&](ObjectStore&) {
     static const std::string select = [] {
       const CXoObjDictProp& admin = *CXoObjDictProp::ForClass(XoObjId_Admin);
-      return "SELECT " + sqlite::ColumnName(*admin.Find(CXoObjAdmin::AdminFlags)) +
+      return "SELECT " + ColumnName(*admin.Find(CXoObjAdmin::AdminFlags)) +
              ", EXISTS (SELECT 1 FROM xo_list WHERE owner = ?2 AND prop = " +
              std::to_string(CXoObjDomain::Admins) + " AND member = ?1) FROM " + admin.Table() +
              " WHERE oid = ?1";
@@ -235,13 +193,13 @@ int32_t SqliteBackend::ReadRights(const std::string& sessionId, const CXoObjId& 
   });
 }
 
-int32_t SqliteBackend::FetchWithoutSession(CXoObjBase& object) {
+int32_t RelationalBackend::FetchWithoutSession(CXoObjBase& object) {
   std::lock_guard<std::mutex> lock(mutex_);
   return Run(control_.get(), Mode::Single, [&](ObjectStore& store) { store.Load(object); });
 }
 
-int32_t SqliteBackend::Fetch(CXoObjBase& object, uint32_t prop, const XoPropValue* value,
-                             const std::string& sessionId) {
+int32_t RelationalBackend::Fetch(CXoObjBase& object, uint32_t prop, const XoPropValue* value,
+                                 const std::string& sessionId) {
   if (prop == 0 && !value) {
     Connection* connection = SessionConnection(sessionId);
     return Run(connection, Mode::Single, [&](ObjectStore& store) {
@@ -260,24 +218,24 @@ int32_t SqliteBackend::Fetch(CXoObjBase& object, uint32_t prop, const XoPropValu
   });
 }
 
-int32_t SqliteBackend::Save(CXoObjBase& object, bool overwrite, const std::string& sessionId) {
+int32_t RelationalBackend::Save(CXoObjBase& object, bool overwrite, const std::string& sessionId) {
   return Run(SessionConnection(sessionId), Mode::Write,
              [&](ObjectStore& store) { store.Save(object, overwrite); });
 }
 
-int32_t SqliteBackend::Search(const CXoObjBase& templ, CXoObjIdArray& hits, uint32_t prop,
-                              const XoPropValue& value, const std::string& sessionId) {
+int32_t RelationalBackend::Search(const CXoObjBase& templ, CXoObjIdArray& hits, uint32_t prop,
+                                  const XoPropValue& value, const std::string& sessionId) {
   return Run(SessionConnection(sessionId), Mode::Single, [&](ObjectStore& store) {
     const XoPropDef& def = ObjectStore::Property(templ.Dict(), prop);
     hits = store.Search(templ, {{&def, ObjectStore::SearchText(def, value)}});
   });
 }
 
-int32_t SqliteBackend::SearchMultiple(const CXoObjBase& templ, CXoObjIdArray& hits,
-                                      const XoObjSearchFilterList& filters,
-                                      const std::string& sessionId) {
+int32_t RelationalBackend::SearchMultiple(const CXoObjBase& templ, CXoObjIdArray& hits,
+                                          const XoObjSearchFilterList& filters,
+                                          const std::string& sessionId) {
   return Run(SessionConnection(sessionId), Mode::Single, [&](ObjectStore& store) {
-    std::vector<sqlite::Filter> resolved;
+    std::vector<Filter> resolved;
     for (const XoObjSearchFilter_s& filter : filters) {
       resolved.emplace_back(&ObjectStore::Property(templ.Dict(), filter.prop), filter.value);
     }
@@ -285,7 +243,7 @@ int32_t SqliteBackend::SearchMultiple(const CXoObjBase& templ, CXoObjIdArray& hi
   });
 }
 
-int32_t SqliteBackend::Delete(const CXoObjId& id, const std::string& sessionId) {
+int32_t RelationalBackend::Delete(const CXoObjId& id, const std::string& sessionId) {
   return Run(SessionConnection(sessionId), Mode::Write,
              [&](ObjectStore& store) { store.Remove(id); });
 }
@@ -293,16 +251,16 @@ int32_t SqliteBackend::Delete(const CXoObjId& id, const std::string& sessionId) 
 // The store keeps no object cache of its own: every reader reads committed
 // data, and every change is already in the audit trail. Invalidation only
 // checks that the object is there.
-int32_t SqliteBackend::InvalidateCache(const CXoObjId& id, const CXoObjId& scope, bool,
-                                       const std::string& sessionId) {
+int32_t RelationalBackend::InvalidateCache(const CXoObjId& id, const CXoObjId& scope, bool,
+                                           const std::string& sessionId) {
   return Run(SessionConnection(sessionId), Mode::Single, [&](ObjectStore& store) {
     if (!store.Exists(id)) throw StoreError{kNotFound};
     (void)scope;
   });
 }
 
-int32_t SqliteBackend::FetchProperty(CXoObjBase& object, uint32_t prop, XoPropValue& out,
-                                     const std::string& sessionId) {
+int32_t RelationalBackend::FetchProperty(CXoObjBase& object, uint32_t prop, XoPropValue& out,
+                                         const std::string& sessionId) {
   Connection* connection = SessionConnection(sessionId);
   if (connection && connection->readAhead.Active()) {
     // A walk reading one column of each object (a name) takes it from the
@@ -325,15 +283,15 @@ int32_t SqliteBackend::FetchProperty(CXoObjBase& object, uint32_t prop, XoPropVa
              [&](ObjectStore& store) { out = store.ReadProperty(object, prop); });
 }
 
-void SqliteBackend::BeginReadSnapshot(const std::string& sessionId) {
+void RelationalBackend::BeginReadSnapshot(const std::string& sessionId) {
   if (Connection* connection = SessionConnection(sessionId)) connection->BeginSnapshot();
 }
 
-void SqliteBackend::EndReadSnapshot(const std::string& sessionId) {
+void RelationalBackend::EndReadSnapshot(const std::string& sessionId) {
   if (Connection* connection = SessionConnection(sessionId)) connection->EndSnapshot();
 }
 
-void SqliteBackend::ExpectFetches(const CXoObjIdArray& ids, const std::string& sessionId) {
+void RelationalBackend::ExpectFetches(const CXoObjIdArray& ids, const std::string& sessionId) {
   if (Connection* connection = SessionConnection(sessionId)) {
     try {
       connection->readAhead.Expect(ids);
@@ -343,13 +301,13 @@ void SqliteBackend::ExpectFetches(const CXoObjIdArray& ids, const std::string& s
   }
 }
 
-int32_t SqliteBackend::SaveProperty(const CXoObjId& id, uint32_t prop, const XoPropValue& value,
-                                    const std::string& sessionId) {
+int32_t RelationalBackend::SaveProperty(const CXoObjId& id, uint32_t prop, const XoPropValue& value,
+                                        const std::string& sessionId) {
   return Run(SessionConnection(sessionId), Mode::Write,
              [&](ObjectStore& store) { store.WriteProperty(id, prop, value); });
 }
 
-int32_t SqliteBackend::BeginChange(const std::string& sessionId) {
+int32_t RelationalBackend::BeginChange(const std::string& sessionId) {
   Connection* connection = SessionConnection(sessionId);
   return Run(connection, Mode::Single, [&](ObjectStore&) {
     connection->readAhead.Clear();
@@ -357,7 +315,7 @@ int32_t SqliteBackend::BeginChange(const std::string& sessionId) {
   });
 }
 
-int32_t SqliteBackend::EndChange(const std::string& sessionId, bool keep) {
+int32_t RelationalBackend::EndChange(const std::string& sessionId, bool keep) {
   Connection* connection = SessionConnection(sessionId);
   return Run(connection, Mode::Single, [&](ObjectStore&) {
     connection->readAhead.Clear();
@@ -365,7 +323,7 @@ int32_t SqliteBackend::EndChange(const std::string& sessionId, bool keep) {
   });
 }
 
-int32_t SqliteBackend::BeginTransaction(const std::string& sessionId) {
+int32_t RelationalBackend::BeginTransaction(const std::string& sessionId) {
   Connection* connection = SessionConnection(sessionId);
   return Run(connection, Mode::Single, [&](ObjectStore&) {
     connection->readAhead.Clear();
@@ -373,7 +331,7 @@ int32_t SqliteBackend::BeginTransaction(const std::string& sessionId) {
   });
 }
 
-int32_t SqliteBackend::CommitTransaction(const std::string& sessionId) {
+int32_t RelationalBackend::CommitTransaction(const std::string& sessionId) {
   Connection* connection = SessionConnection(sessionId);
   return Run(connection, Mode::Single, [&](ObjectStore&) {
     connection->readAhead.Clear();
@@ -381,7 +339,7 @@ int32_t SqliteBackend::CommitTransaction(const std::string& sessionId) {
   });
 }
 
-int32_t SqliteBackend::RollbackTransaction(const std::string& sessionId) {
+int32_t RelationalBackend::RollbackTransaction(const std::string& sessionId) {
   Connection* connection = SessionConnection(sessionId);
   return Run(connection, Mode::Single, [&](ObjectStore&) {
     connection->readAhead.Clear();
@@ -389,7 +347,7 @@ int32_t SqliteBackend::RollbackTransaction(const std::string& sessionId) {
   });
 }
 
-int32_t SqliteBackend::ReadSetting(const std::string& key, std::string& value) {
+int32_t RelationalBackend::ReadSetting(const std::string& key, std::string& value) {
   std::lock_guard<std::mutex> lock(mutex_);
   return Run(control_.get(), Mode::Single, [&](ObjectStore&) {
     Use select(control_->Prepare("SELECT value FROM xo_meta WHERE key = ?1"));
@@ -399,7 +357,7 @@ int32_t SqliteBackend::ReadSetting(const std::string& key, std::string& value) {
   });
 }
 
-int32_t SqliteBackend::ReadAudit(int64_t sinceTime, std::vector<AuditEntry>& out) {
+int32_t RelationalBackend::ReadAudit(int64_t sinceTime, std::vector<AuditEntry>& out) {
   std::lock_guard<std::mutex> lock(mutex_);
   return Run(control_.get(), Mode::Single, [&](ObjectStore&) {
     Use select(control_->Prepare(
@@ -414,13 +372,13 @@ int32_t SqliteBackend::ReadAudit(int64_t sinceTime, std::vector<AuditEntry>& out
   });
 }
 
-int32_t SqliteBackend::ReadInfo(StoreInfo& out) {
+int32_t RelationalBackend::ReadInfo(StoreInfo& out) {
   std::lock_guard<std::mutex> lock(mutex_);
   return Run(control_.get(), Mode::Read, [&](ObjectStore&) {
     out = StoreInfo{};
-    out.backend = "sqlite";
-    out.location = path_;
-    out.schemaVersion = sqlite::kSchemaVersion;
+    out.backend = control_->Sql().name;
+    out.location = location_;
+    out.schemaVersion = kSchemaVersion;
     for (const CXoObjDictProp* dict : CXoObjDictProp::All()) {
       Use count(control_->Prepare("SELECT count(*) FROM " + std::string(dict->Table())));
       count->Step();
@@ -429,4 +387,4 @@ int32_t SqliteBackend::ReadInfo(StoreInfo& out) {
   });
 }
 
-}  // namespace xo::store
+}  // namespace xo::store::sql

@@ -102,7 +102,7 @@ class Run {
       d.BeginCall(calls_ + 1, "end of run");
       if (Xo_PolicyApi_Logout(main) != XO_OK) d.Fail("the main session does not log out");
       if (xo::store::CurrentBackend() != nullptr) d.Fail("the store is open with no session");
-      if (test::QueryStoreFile(path_, "PRAGMA integrity_check") != std::vector<std::string>{"ok"}) {
+      if (!test::StoreIsSound(path_)) {
         d.Fail("the integrity check fails");
       }
       Forward(d);

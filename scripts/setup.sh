@@ -25,6 +25,9 @@ packages=(
   # openssl for the throw-away certificates of the tests' TLS server.
   libldap-dev unixodbc unixodbc-dev odbcinst libsqliteodbc
   slapd ldap-utils openssl
+  # The shared store: libpq to build against, and the server that the tests
+  # start clusters of their own with.
+  libpq-dev postgresql
 )
 
 missing=()
@@ -55,6 +58,12 @@ export DEBIAN_FRONTEND=noninteractive
 # The tests run slapd servers of their own: the package must neither ask
 # questions nor set up a system directory of its own.
 echo "slapd slapd/no_configuration boolean true" | "${as_root[@]}" debconf-set-selections
+# Nor a PostgreSQL cluster of the system's: the tests make their own.
+if [ ! -e /etc/postgresql-common/createcluster.conf ]; then
+  "${as_root[@]}" mkdir -p /etc/postgresql-common
+  echo "create_main_cluster = false" | "${as_root[@]}" tee /etc/postgresql-common/createcluster.conf >/dev/null
+fi
 "${as_root[@]}" apt-get update
-"${as_root[@]}" apt-get install -y --no-install-recommends "${packages[@]}"
+"${as_root[@]}" apt-get install -y --no-install-recommends \
+  -o Dpkg::Options::=--force-confdef -o Dpkg::Options::=--force-confold "${packages[@]}"
 cross "$@"

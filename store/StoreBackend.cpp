@@ -4,6 +4,9 @@
 #include "XoStoreCodes.h"
 #include "platform/Paths.h"
 #include "sqlite/SqliteStore.h"
+#ifdef XO_WITH_POSTGRES
+#include "postgres/PostgresStore.h"
+#endif
 
 namespace xo::store {
 
@@ -22,20 +25,34 @@ StoreLocation ResolveLocation(const std::string& uri) {
   const std::string kSqlite = "sqlite:";
   if (value.rfind(kSqlite, 0) == 0) return {"sqlite", value.substr(kSqlite.size())};
   if (value.find("://") != std::string::npos) {
-    return {value.substr(0, value.find("://")), value};
+    const std::string scheme = value.substr(0, value.find("://"));
+    return {scheme == "postgres" ? "postgresql" : scheme, value};
   }
   return {"sqlite", value};
 }
 
-std::unique_ptr<IStoreBackend> OpenBackend(const StoreLocation& where, std::string& message) {
-  if (where.backend != "sqlite") {
-    message = "policy store backend '" + where.backend + "' is not supported by this build";
-    return nullptr;
-  }
-  return sqlite::OpenStore(where.path, message);
-}
-
 namespace {
+
+// The backends of this build, by the name a store location gives.
+struct BackendKind {
+  const char* name;
+  std::unique_ptr<IStoreBackend> (*open)(const std::string& where, std::string& message);
+  int32_t (*create)(const std::string& where, const NewStoreOptions& options, std::string& message);
+};
+constexpr BackendKind kBackends[] = {
+    {"sqlite", sqlite::OpenStore, sqlite::CreateStore},
+#ifdef XO_WITH_POSTGRES
+    {"postgresql", postgres::OpenStore, postgres::CreateStore},
+#endif
+};
+
+const BackendKind* FindBackend(const StoreLocation& where, std::string& message) {
+  for (const BackendKind& kind : kBackends) {
+    if (where.backend == kind.name) return &kind;
+  }
+  message = "policy store backend '" + where.backend + "' is not supported by this build";
+  return nullptr;
+}
 
 // What a new store's first administrator and hashing cost must be.
 int32_t CheckNewStoreOptions(const NewStoreOptions& options, std::string& message) {
@@ -61,16 +78,18 @@ int32_t CheckNewStoreOptions(const NewStoreOptions& options, std::string& messag
 
 }  // namespace
 
+std::unique_ptr<IStoreBackend> OpenBackend(const StoreLocation& where, std::string& message) {
+  const BackendKind* kind = FindBackend(where, message);
+  return kind ? kind->open(where.path, message) : nullptr;
+}
+
 int32_t CreateStore(const StoreLocation& where, const NewStoreOptions& options,
                     std::string& message) {
   if (const int32_t invalid = CheckNewStoreOptions(options, message); invalid != kOk) {
     return invalid;
   }
-  if (where.backend != "sqlite") {
-    message = "policy store backend '" + where.backend + "' is not supported by this build";
-    return kNotSupported;
-  }
-  return sqlite::CreateStore(where.path, options, message);
+  const BackendKind* kind = FindBackend(where, message);
+  return kind ? kind->create(where.path, options, message) : kNotSupported;
 }
 
 }  // namespace xo::store

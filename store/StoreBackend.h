@@ -106,9 +106,10 @@ class IStoreBackend {
   virtual int32_t ReadInfo(StoreInfo& out) = 0;
 };
 
-// Where the store lives: "sqlite:PATH", a bare path, or the default file.
+// Where the store lives: "sqlite:PATH", a bare path, a PostgreSQL URI
+// ("postgresql://..." or "postgres://...", whole in `path`), or the default file.
 struct StoreLocation {
-  std::string backend;  // "sqlite"
+  std::string backend;  // "sqlite" or "postgresql"
   std::string path;
 };
 // Reads XO_POLICY_STORE (or the given URI when not empty).

@@ -30,8 +30,28 @@ i386_matching_versions() {
       if [ "$candidate" = "(none)" ]; then continue; fi
       # The twin is named with its version even where the two already agree:
       # otherwise apt may pull a newer amd64 library than the i386 lists have.
-      if [ "$candidate" != "${installed[$package]}" ]; then echo "$package=$candidate"; fi
+      if [ "$candidate" != "${installed[$package]}" ]; then
+        echo "$package=$candidate"
+        i386_siblings "$package" "${installed[$package]}" "$candidate"
+      fi
       echo "$package:i386=$candidate"
+    done
+}
+
+# Prints "name=version" for each installed package built from the same source
+# at the same version as PACKAGE (libssl-dev beside libssl3) that is offered
+# at VERSION too: it moves with the library, or apt would have to remove it.
+i386_siblings() {
+  local package=$1 installed=$2 candidate=$3 source sibling
+  source=$(dpkg-query -W -f='${source:Package}\n' "$package" 2>/dev/null | head -1)
+  [ -n "$source" ] || return 0
+  dpkg-query -W -f='${Package} ${source:Package} ${Version} ${Architecture} ${db:Status-Abbrev}\n' |
+    awk -v s="$source" -v v="$installed" -v p="$package" \
+      '$2 == s && $3 == v && $1 != p && $4 != "i386" && $5 ~ /^ii/ { print $1 }' |
+    while read -r sibling; do
+      if apt-cache madison "$sibling" | awk -v c="$candidate" '$3 == c { found = 1 } END { exit !found }'; then
+        echo "$sibling=$candidate"
+      fi
     done
 }
 

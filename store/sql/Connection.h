@@ -109,6 +109,9 @@ class Connection {
   virtual bool TryExec(const std::string& sql) noexcept = 0;
   // Drops the prepared statements, before the connection closes.
   void ForgetStatements() { statements_.clear(); }
+  // Whether a transaction of the store's is open: a connection lost now
+  // loses it, and must not be opened again silently.
+  bool HoldsTransaction() const { return operationOpen_ || Spanning() || snapshot_; }
 
  private:
   std::unordered_map<std::string, std::unique_ptr<Statement>> statements_;

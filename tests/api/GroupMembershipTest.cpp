@@ -1,6 +1,5 @@
 // The members of rule, response and agent groups: nesting, duplicates,
 // removal, and telling groups from other objects.
-#include <sqlite3.h>
 
 #include "XoStoreCodes.h"
 #include "api/PolicyObjects.h"
@@ -53,12 +52,9 @@ TEST_F(GroupMembershipTest, MembersNestAndAreListedByNameInTheOrderAdded) {
             XO_ERR_GENERAL);
   // A member of a class the kind does not hold, which the store itself
   // would refuse, written beside the others.
-  sqlite3* db = nullptr;
-  ASSERT_EQ(sqlite3_open(StorePath().c_str(), &db), SQLITE_OK);
-  const std::string insert = "INSERT INTO xo_list VALUES ('" + all_.GetOidString() +
-                             "', 12, 5, 9, '" + welcome_.GetOidString() + "')";
-  EXPECT_EQ(sqlite3_exec(db, insert.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
-  sqlite3_close(db);
+  QueryStoreFile(StorePath(),
+                 "INSERT INTO xo_list (owner, owner_class, prop, pos, member) VALUES ('" +
+                     all_.GetOidString() + "', 12, 5, 9, '" + welcome_.GetOidString() + "')");
   EXPECT_EQ(Xo_PolicyApi_GetGroupNames(handle_, XO_GROUP_RULE, "all", "sales", &names),
             XO_ERR_WRONG_CLASS);
 }

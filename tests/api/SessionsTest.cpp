@@ -40,7 +40,7 @@ TEST_F(SessionTest, EachHandleIsASessionOfItsOwnThatNeverComesBackAfterItsLogout
 }
 
 TEST_F(SessionTest, AFailedLoginLeavesAHandleThatOnlyLogoutServes) {
-  const std::string store = "sqlite:" + StorePath();
+  const std::string store = StorePath();
   const struct {
     const char* why;  // what fails
     std::function<void()> arm;

@@ -6,6 +6,7 @@
 #include "frame/ResultCodes.h"
 #include "support/Environment.h"
 #include "support/StoreFile.h"
+#include "support/StoreServer.h"
 
 namespace xo::test {
 
@@ -24,12 +25,13 @@ PolicyApiSession* ApiTest::SessionlessLogin(int allocation) {
 
 void ApiTest::SetUp() {
   directory_ = MakeScratchDirectory();
-  storePath_ = directory_ + "/policy.db";
+  storePath_ = NewTestStore(directory_);
   std::string message;
-  ASSERT_GE(xo::store::CreateStore({"sqlite", storePath_}, {kAdmin, kPassword, "minimum"}, message),
+  ASSERT_GE(xo::store::CreateStore(xo::store::ResolveLocation(storePath_),
+                                   {kAdmin, kPassword, "minimum"}, message),
             0)
       << message;
-  SetEnvironment("XO_POLICY_STORE", "sqlite:" + storePath_);
+  SetEnvironment("XO_POLICY_STORE", storePath_);
   faults_ = std::make_shared<FaultPlan>();
   InstallFaultyBackend(faults_);
   ASSERT_EQ(Login(kAdmin, kPassword, &handle_), 0);
@@ -49,6 +51,7 @@ void ApiTest::TearDown() {
   store_.reset();
   EXPECT_EQ(xo::store::CurrentBackend(), nullptr) << "a test left the store open";
   RemoveFaultyBackend();
+  DropTestStore(storePath_);
   RemoveDirectory(directory_);
 }
 

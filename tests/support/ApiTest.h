@@ -34,6 +34,7 @@ class ApiTest : public ::testing::Test {
 
   DirectStore& Store() { return *store_; }
   FaultPlan& Faults() { return *faults_; }
+  // The store's URI: sqlite:PATH, or a schema on the test server.
   const std::string& StorePath() const { return storePath_; }
   std::string Snapshot() const;
   CXoObjId Duplicate(const CXoObjId& id);

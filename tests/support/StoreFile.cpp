@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "XoObjDict.h"
+#include "support/StoreServer.h"
 
 namespace xo::test {
 namespace {
@@ -46,46 +47,70 @@ std::vector<std::string> Rows(sqlite3* db, const std::string& sql,
   return rows;
 }
 
+// A store's file: its URI without "sqlite:".
+std::string FileOf(const std::string& store) {
+  return store.starts_with("sqlite:") ? store.substr(7) : store;
+}
+
+std::vector<std::string> Tables(const std::string& store) {
+  if (OnServer(store)) return ServerTables(store);
+  return QueryStoreFile(store, "SELECT name FROM sqlite_master WHERE type = 'table' ORDER BY name");
+}
+
+std::vector<std::string> Columns(const std::string& store, const std::string& table) {
+  if (OnServer(store)) return ServerColumns(store, table);
+  return QueryStoreFile(store, "SELECT name FROM pragma_table_info('" + table + "')");
+}
+
 }  // namespace
 
-std::string SnapshotStoreFile(const std::string& path) {
-  Db db = Open(path, SQLITE_OPEN_READONLY);
+std::string SnapshotStoreFile(const std::string& store) {
+  if (OnServer(store)) return ServerSnapshot(store);
   std::string snapshot;
-  for (const std::string& table :
-       Rows(db.get(), "SELECT name FROM sqlite_master WHERE type = 'table' ORDER BY name")) {
+  for (const std::string& table : Tables(store)) {
+    // Every column orders the rows, so that the order is the same every time.
+    std::string order;
+    const size_t columns = Columns(store, table).size();
+    for (size_t column = 1; column <= columns; ++column) {
+      order += (column > 1 ? ", " : "") + std::to_string(column);
+    }
     snapshot += "[" + table + "]\n";
-    for (const std::string& row : Rows(db.get(), "SELECT * FROM \"" + table + "\" ORDER BY 1")) {
+    for (const std::string& row :
+         QueryStoreFile(store, "SELECT * FROM \"" + table + "\" ORDER BY " + order)) {
       snapshot += row + "\n";
     }
   }
   return snapshot;
 }
 
-std::vector<std::string> QueryStoreFile(const std::string& path, const std::string& sql) {
-  return Rows(Open(path, SQLITE_OPEN_READONLY).get(), sql);
+std::vector<std::string> QueryStoreFile(const std::string& store, const std::string& sql) {
+  if (OnServer(store)) return ServerRows(store, sql);
+  return Rows(Open(FileOf(store), SQLITE_OPEN_READWRITE).get(), sql);
 }
 
-CXoObjId DuplicateObject(const std::string& path, const CXoObjId& id) {
+bool StoreIsSound(const std::string& store) {
+  if (OnServer(store)) return ServerRows(store, "SELECT 1") == std::vector<std::string>{"1"};
+  return QueryStoreFile(store, "PRAGMA integrity_check") == std::vector<std::string>{"ok"};
+}
+
+CXoObjId DuplicateObject(const std::string& store, const CXoObjId& id) {
   const CXoObjDictProp* dict = CXoObjDictProp::ForClass(id.GetOidClass());
   if (dict == nullptr) {
     ADD_FAILURE() << "no class for " << id.GetOidString();
     return CXoObjId();
   }
   const std::string table = "\"" + std::string(dict->Table()) + "\"";
-  Db db = Open(path, SQLITE_OPEN_READWRITE);
   std::string columns;
-  for (const std::string& column :
-       Rows(db.get(), "SELECT name FROM pragma_table_info(?1)", {std::string(dict->Table())})) {
+  for (const std::string& column : Columns(store, dict->Table())) {
     if (column != "seq" && column != "oid") columns += ", " + column;
   }
   const CXoObjId copy = CXoObjId::NewOid(id.GetOidClass());
-  Rows(db.get(),
-       "INSERT INTO " + table + " (oid" + columns + ") SELECT ?1" + columns + " FROM " + table +
-           " WHERE oid = ?2",
-       {copy.GetOidString(), id.GetOidString()});
-  if (sqlite3_changes(db.get()) != 1) {
-    ADD_FAILURE() << "could not duplicate " << id.GetOidString() << ": "
-                  << sqlite3_errmsg(db.get());
+  QueryStoreFile(store, "INSERT INTO " + table + " (oid" + columns + ") SELECT '" +
+                            copy.GetOidString() + "'" + columns + " FROM " + table +
+                            " WHERE oid = '" + id.GetOidString() + "'");
+  if (QueryStoreFile(store, "SELECT count(*) FROM " + table + " WHERE oid = '" +
+                                copy.GetOidString() + "'") != std::vector<std::string>{"1"}) {
+    ADD_FAILURE() << "could not duplicate " << id.GetOidString();
   }
   return copy;
 }

@@ -1,0 +1,30 @@
+#include "postgres/PostgresStore.h"
+
+#include "XoStoreCodes.h"
+#include "postgres/PostgresConnection.h"
+#include "sql/RelationalBackend.h"
+
+namespace xo::store::postgres {
+
+std::unique_ptr<IStoreBackend> OpenStore(const std::string& uri, std::string& message) {
+  int32_t code = kOk;
+  std::unique_ptr<sql::Connection> control = PostgresConnection::Open(uri, message, code);
+  if (!control) return nullptr;
+  const std::string location = RedactedUri(uri);
+  if (Failed(sql::RelationalBackend::CheckInitialised(*control, location, message))) {
+    return nullptr;
+  }
+  auto connect = [uri](std::string& error, int32_t& result) -> std::unique_ptr<sql::Connection> {
+    return PostgresConnection::Open(uri, error, result);
+  };
+  return std::make_unique<sql::RelationalBackend>(location, connect, std::move(control));
+}
+
+int32_t CreateStore(const std::string& uri, const NewStoreOptions& options, std::string& message) {
+  int32_t code = kOk;
+  std::unique_ptr<PostgresConnection> connection = PostgresConnection::Open(uri, message, code);
+  if (!connection) return code;
+  return sql::RelationalBackend::Initialise(*connection, RedactedUri(uri), options, message);
+}
+
+}  // namespace xo::store::postgres

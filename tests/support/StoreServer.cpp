@@ -36,6 +36,7 @@ const std::string kSchemaOption = "options=-csearch_path%3D";
 
 Connection Connect(const std::string& uri) {
   Connection connection(PQconnectdb(uri.c_str()), &PQfinish);
+  PQsetNoticeProcessor(connection.get(), [](void*, const char*) {}, nullptr);  // DROP ... CASCADE
   if (PQstatus(connection.get()) != CONNECTION_OK) {
     ADD_FAILURE() << "cannot connect to " << uri << ": " << PQerrorMessage(connection.get());
   }

@@ -32,3 +32,7 @@ set(ENV{PKG_CONFIG_PATH} "")
 
 # No 32-bit GoogleTest is packaged: the build compiles it from its sources.
 set(XO_BUNDLED_GTEST ON CACHE BOOL "Build GoogleTest from /usr/src/googletest")
+
+# The shared store's libpq is not installed for i386: the 32-bit build is
+# of the embedded store.
+set(XO_WITH_POSTGRES OFF CACHE BOOL "Build the PostgreSQL store backend (libpq)")

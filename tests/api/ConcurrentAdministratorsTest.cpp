@@ -9,13 +9,14 @@
 #include "support/ConcurrentMix.h"
 #include "support/Environment.h"
 #include "support/StoreFile.h"
+#include "support/StoreServer.h"
 
 namespace xo::test {
 namespace {
 
 TEST(ConcurrentAdministrators, KeepEveryAcknowledgedChangeOfSharedLists) {
   const std::string directory = MakeScratchDirectory();
-  const std::string path = directory + "/policy.db";
+  const std::string path = NewTestStore(directory);
   const MixPlan plan{2, 4, 6};
   PrepareMixStore(path, plan);
 
@@ -30,6 +31,7 @@ TEST(ConcurrentAdministrators, KeepEveryAcknowledgedChangeOfSharedLists) {
   EXPECT_EQ(stored.unexpected, std::vector<std::string>{});
   EXPECT_EQ(stored.lists, done.lists);
   EXPECT_TRUE(StoreIsSound(path));
+  DropTestStore(path);
   RemoveDirectory(directory);
 }
 

@@ -2,16 +2,14 @@
 // sessions: calls made while it is down fail and change nothing, with the
 // code each call gives for its first store step failing (reading the
 // caller's rights, -1; a login, -1); the same handles work once it is back,
-// and every change acknowledged before is still there. Runs alone against the tests' private
-// server (XO_TEST_POSTGRES), which it stops and starts itself.
-#include <gtest/gtest.h>
-
+// and every change acknowledged before is still there. Runs alone against
+// the tests' private server (XO_TEST_POSTGRES), which it stops and starts.
 #include <cstdlib>
 #include <string>
 
-#include "StoreBackend.h"
-#include "XoPolicyApi.h"
-#include "support/Environment.h"
+#include "support/ApiTest.h"
+#include "support/Records.h"
+#include "support/ReturnedLists.h"
 #include "support/StoreServer.h"
 
 namespace xo::test {
@@ -30,51 +28,38 @@ int Server(const std::string& command) {
 }
 
 int32_t AddDomain(PolicyApiSession* handle, const char* name) {
-  DomainRecord domain{};
-  domain.recordType = DomainRecordType;
-  std::snprintf(domain.name, sizeof domain.name, "%s", name);
+  DomainRecord domain = Zeroed<DomainRecord>();
+  Put(domain.name, name);
   return Xo_PolicyApi_AddDomain(handle, &domain, 0);
 }
 
 bool HasDomain(PolicyApiSession* handle, const char* name) {
-  DomainRecord* found = nullptr;
-  const bool has = Xo_PolicyApi_GetDomain(handle, name, &found) == XO_OK && found != nullptr;
-  Xo_PolicyApi_FreeMemory(found);
-  return has;
+  std::vector<DomainRecord> found;
+  return CallGet([&](DomainRecord** out) { return Xo_PolicyApi_GetDomain(handle, name, out); },
+                 found) == XO_OK &&
+         found.size() == 1;
 }
 
-TEST(ServerRestart, CallsWhileDownChangeNothingAndTheSameHandlesWorkAfter) {
+using ServerRestart = ApiTest;
+
+TEST_F(ServerRestart, CallsWhileDownChangeNothingAndTheSameHandlesWorkAfter) {
   if (TestServer().empty()) GTEST_SKIP() << "needs the tests' PostgreSQL server";
-  const std::string store = NewTestStore("");
-  std::string message;
-  ASSERT_GE(store::CreateStore(store::ResolveLocation(store), {"root", "pw", "minimum"}, message),
-            0)
-      << message;
-  SetEnvironment("XO_POLICY_STORE", store);
-  PolicyApiSession* writer = nullptr;
   PolicyApiSession* reader = nullptr;
-  ASSERT_EQ(Xo_PolicyApi_Login(&writer, nullptr, "root", "pw", "h", "", 0), XO_OK);
-  ASSERT_EQ(Xo_PolicyApi_Login(&reader, nullptr, "root", "pw", "h", "", 0), XO_OK);
-  ASSERT_EQ(AddDomain(writer, "before"), XO_OK);
+  ASSERT_EQ(Login(kAdmin, kPassword, &reader), XO_OK);
+  ASSERT_EQ(AddDomain(handle_, "before"), XO_OK);
 
   ASSERT_EQ(Server("stop"), 0);
-  EXPECT_EQ(AddDomain(writer, "while-down"), XO_ERR_GENERAL);
-  EXPECT_EQ(AddDomain(writer, "while-down"), XO_ERR_GENERAL);  // and again, reconnecting
-  DomainRecord* found = nullptr;
-  EXPECT_EQ(Xo_PolicyApi_GetDomain(reader, "before", &found), XO_ERR_GENERAL);
-  EXPECT_EQ(found, nullptr);
+  EXPECT_EQ(AddDomain(handle_, "while-down"), XO_ERR_GENERAL);
+  EXPECT_EQ(AddDomain(handle_, "while-down"), XO_ERR_GENERAL);  // and again, reconnecting
+  EXPECT_FALSE(HasDomain(reader, "before"));
   PolicyApiSession* third = nullptr;
-  EXPECT_EQ(Xo_PolicyApi_Login(&third, nullptr, "root", "pw", "h", "", 0), XO_ERR_GENERAL);
-  Xo_PolicyApi_Logout(third);
+  EXPECT_EQ(Login(kAdmin, kPassword, &third), XO_ERR_GENERAL);
 
   ASSERT_EQ(Server("start"), 0);
-  EXPECT_EQ(AddDomain(writer, "after"), XO_OK);
+  EXPECT_EQ(AddDomain(handle_, "after"), XO_OK);
   EXPECT_TRUE(HasDomain(reader, "before"));
   EXPECT_TRUE(HasDomain(reader, "after"));
   EXPECT_FALSE(HasDomain(reader, "while-down"));
-  EXPECT_EQ(Xo_PolicyApi_Logout(writer), XO_OK);
-  EXPECT_EQ(Xo_PolicyApi_Logout(reader), XO_OK);
-  DropTestStore(store);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <functional>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <sstream>
 #include <stdexcept>
 #include <thread>
@@ -18,6 +19,10 @@
 #include "support/Process.h"
 
 namespace xo::test {
+
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(MixOutcome, calls, acknowledged, busy, unexpected, lists,
+                                   seconds)
+
 namespace {
 
 constexpr const char* kAdmin = "root";
@@ -143,38 +148,15 @@ MixOutcome RunThreads(int process, const MixPlan& plan) {
   return all;
 }
 
-// A child's outcome crosses to the parent as lines of a file.
-void WriteOutcome(const std::string& file, const MixOutcome& o) {
-  std::ofstream out(file);
-  out << "calls\t" << o.calls << "\nacknowledged\t" << o.acknowledged << "\nbusy\t" << o.busy
-      << "\nseconds\t" << o.seconds << '\n';
-  for (const std::string& line : o.unexpected) out << "unexpected\t" << line << '\n';
-  for (const auto& [list, names] : o.lists) {
-    for (const std::string& name : names) out << list << '\t' << name << '\n';
-  }
+// A child's outcome crosses to the parent as a JSON file.
+void WriteOutcome(const std::string& file, const MixOutcome& outcome) {
+  std::ofstream(file) << nlohmann::json(outcome);
 }
 
 MixOutcome ReadOutcome(const std::string& file) {
   std::ifstream in(file);
   if (!in) throw std::runtime_error("no outcome in " + file);
-  MixOutcome o;
-  for (std::string line; std::getline(in, line);) {
-    const size_t tab = line.find('\t');
-    const std::string key = line.substr(0, tab), value = line.substr(tab + 1);
-    if (key == "calls")
-      o.calls = std::stoi(value);
-    else if (key == "acknowledged")
-      o.acknowledged = std::stoi(value);
-    else if (key == "busy")
-      o.busy = std::stoi(value);
-    else if (key == "seconds")
-      o.seconds = std::stod(value);
-    else if (key == "unexpected")
-      o.unexpected.push_back(value);
-    else
-      o.lists[key].insert(value);
-  }
-  return o;
+  return nlohmann::json::parse(in).get<MixOutcome>();
 }
 
 // Names listed once each; a name listed twice is reported as unexpected.
@@ -201,8 +183,8 @@ void MixOutcome::Add(const MixOutcome& other) {
 
 void PrepareMixStore(const std::string& path, const MixPlan& plan) {
   std::string message;
-  if (store::Failed(
-          store::CreateStore({"sqlite", path}, {kAdmin, kPassword, "minimum"}, message))) {
+  if (store::Failed(store::CreateStore(store::ResolveLocation(path), {kAdmin, kPassword, "minimum"},
+                                       message))) {
     throw std::runtime_error(message);
   }
   SetEnvironment("XO_POLICY_STORE", path);

@@ -52,11 +52,6 @@ std::string FileOf(const std::string& store) {
   return store.starts_with("sqlite:") ? store.substr(7) : store;
 }
 
-std::vector<std::string> Tables(const std::string& store) {
-  if (OnServer(store)) return ServerTables(store);
-  return QueryStoreFile(store, "SELECT name FROM sqlite_master WHERE type = 'table' ORDER BY name");
-}
-
 std::vector<std::string> Columns(const std::string& store, const std::string& table) {
   if (OnServer(store)) return ServerColumns(store, table);
   return QueryStoreFile(store, "SELECT name FROM pragma_table_info('" + table + "')");
@@ -67,7 +62,8 @@ std::vector<std::string> Columns(const std::string& store, const std::string& ta
 std::string SnapshotStoreFile(const std::string& store) {
   if (OnServer(store)) return ServerSnapshot(store);
   std::string snapshot;
-  for (const std::string& table : Tables(store)) {
+  for (const std::string& table :
+       QueryStoreFile(store, "SELECT name FROM sqlite_master WHERE type = 'table' ORDER BY name")) {
     // Every column orders the rows, so that the order is the same every time.
     std::string order;
     const size_t columns = Columns(store, table).size();

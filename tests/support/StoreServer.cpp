@@ -36,7 +36,8 @@ const std::string kSchemaOption = "options=-csearch_path%3D";
 
 Connection Connect(const std::string& uri) {
   Connection connection(PQconnectdb(uri.c_str()), &PQfinish);
-  PQsetNoticeProcessor(connection.get(), [](void*, const char*) {}, nullptr);  // DROP ... CASCADE
+  PQsetNoticeProcessor(
+      connection.get(), [](void*, const char*) {}, nullptr);  // DROP ... CASCADE
   if (PQstatus(connection.get()) != CONNECTION_OK) {
     ADD_FAILURE() << "cannot connect to " << uri << ": " << PQerrorMessage(connection.get());
   }
@@ -118,13 +119,6 @@ std::string ServerSnapshot(const std::string& store) {
   return snapshot;
 }
 
-std::vector<std::string> ServerTables(const std::string& store) {
-  return Rows(Connect(store).get(),
-              "SELECT table_name FROM information_schema.tables WHERE table_schema = $1 "
-              "ORDER BY table_name",
-              {SchemaOf(store)});
-}
-
 std::vector<std::string> ServerColumns(const std::string& store, const std::string& table) {
   return Rows(Connect(store).get(),
               "SELECT column_name FROM information_schema.columns WHERE table_schema = $1 AND "
@@ -141,7 +135,6 @@ std::string NewServerStore() {
 void DropServerStore(const std::string&) {}
 std::vector<std::string> ServerRows(const std::string&, const std::string&) { return {}; }
 std::string ServerSnapshot(const std::string&) { return ""; }
-std::vector<std::string> ServerTables(const std::string&) { return {}; }
 std::vector<std::string> ServerColumns(const std::string&, const std::string&) { return {}; }
 #endif
 

@@ -27,8 +27,6 @@ void DropServerStore(const std::string& store);
 std::vector<std::string> ServerRows(const std::string& store, const std::string& sql);
 // Every table's rows, as SnapshotStoreFile gives them, on one connection.
 std::string ServerSnapshot(const std::string& store);
-// The names of the store's tables, in order.
-std::vector<std::string> ServerTables(const std::string& store);
 // The columns of one of its tables.
 std::vector<std::string> ServerColumns(const std::string& store, const std::string& table);
 

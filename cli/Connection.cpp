@@ -80,9 +80,10 @@ bool HoldsAnyRight(const std::string& admin) {
 
 void AddConnectionOptions(CLI::App& command, ConnectionOptions& options) {
   command
-      .add_option("--store", options.storeUri,
-                  "The store: sqlite:PATH or PATH (default: XO_POLICY_STORE, else the "
-                  "per-user data directory)")
+      .add_option(
+          "--store", options.storeUri,
+          "The store: sqlite:PATH, PATH or postgresql://... (default: XO_POLICY_STORE, else the "
+          "per-user data directory)")
       ->type_name("URI");
   command.add_option("--admin", options.admin, "Administrator to log in as (default: XO_ADMIN)")
       ->type_name("NAME");

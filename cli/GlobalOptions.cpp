@@ -28,8 +28,8 @@ const CLI::Validator kNotEmpty(
 void AddGlobalOptions(CLI::App& app) {
   Globals& globals = State();
   app.add_option("--store", globals.connection.storeUri,
-                 "The store: sqlite:PATH or PATH (default: XO_POLICY_STORE, else the per-user "
-                 "data directory)")
+                 "The store: sqlite:PATH, PATH or postgresql://... (default: XO_POLICY_STORE, else "
+                 "the per-user data directory)")
       ->type_name("URI")
       ->check(kNotEmpty);
   app.add_option("--admin", globals.connection.admin,

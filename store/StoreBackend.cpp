@@ -3,6 +3,7 @@
 #include "StoreRegistry.h"
 #include "XoStoreCodes.h"
 #include "platform/Paths.h"
+#include "sql/StoreCopy.h"
 #include "sqlite/SqliteStore.h"
 #ifdef XO_WITH_POSTGRES
 #include "postgres/PostgresStore.h"
@@ -31,6 +32,16 @@ StoreLocation ResolveLocation(const std::string& uri) {
   return {"sqlite", value};
 }
 
+std::string DisplayName(const StoreLocation& where) {
+  const std::string& uri = where.path;
+  const size_t scheme = uri.find("://");
+  if (where.backend == "sqlite" || scheme == std::string::npos) return uri;
+  const size_t at = uri.find('@', scheme + 3);
+  const size_t colon = uri.find(':', scheme + 3);
+  if (at == std::string::npos || colon == std::string::npos || colon > at) return uri;
+  return uri.substr(0, colon) + uri.substr(at);
+}
+
 namespace {
 
 // The backends of this build, by the name a store location gives.
@@ -38,11 +49,13 @@ struct BackendKind {
   const char* name;
   std::unique_ptr<IStoreBackend> (*open)(const std::string& where, std::string& message);
   int32_t (*create)(const std::string& where, const NewStoreOptions& options, std::string& message);
+  std::unique_ptr<sql::Connection> (*connect)(const std::string& where, bool fresh,
+                                              std::string& message, int32_t& code);
 };
 constexpr BackendKind kBackends[] = {
-    {"sqlite", sqlite::OpenStore, sqlite::CreateStore},
+    {"sqlite", sqlite::OpenStore, sqlite::CreateStore, sqlite::OpenConnection},
 #ifdef XO_WITH_POSTGRES
-    {"postgresql", postgres::OpenStore, postgres::CreateStore},
+    {"postgresql", postgres::OpenStore, postgres::CreateStore, postgres::OpenConnection},
 #endif
 };
 
@@ -90,6 +103,18 @@ int32_t CreateStore(const StoreLocation& where, const NewStoreOptions& options,
   }
   const BackendKind* kind = FindBackend(where, message);
   return kind ? kind->create(where.path, options, message) : kNotSupported;
+}
+
+int32_t CopyStore(const StoreLocation& from, const StoreLocation& to, std::string& message) {
+  const BackendKind* sourceKind = FindBackend(from, message);
+  const BackendKind* targetKind = sourceKind ? FindBackend(to, message) : nullptr;
+  if (!targetKind) return kNotSupported;
+  int32_t code = kOk;
+  std::unique_ptr<sql::Connection> source = sourceKind->connect(from.path, false, message, code);
+  if (!source) return code;
+  std::unique_ptr<sql::Connection> target = targetKind->connect(to.path, true, message, code);
+  if (!target) return code;
+  return sql::CopyStore(*source, DisplayName(from), *target, DisplayName(to), message);
 }
 
 }  // namespace xo::store

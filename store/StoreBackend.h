@@ -114,6 +114,8 @@ struct StoreLocation {
 };
 // Reads XO_POLICY_STORE (or the given URI when not empty).
 StoreLocation ResolveLocation(const std::string& uri = "");
+// The location as messages show it: a URI without its password.
+std::string DisplayName(const StoreLocation& where);
 
 // Creates a new store with its seeded objects and first administrator. Fails
 // (kExists) when a store is already there.
@@ -126,6 +128,10 @@ struct NewStoreOptions {
 };
 int32_t CreateStore(const StoreLocation& where, const NewStoreOptions& options,
                     std::string& message);
+
+// Copies the whole store at `from`, identifiers, password hashes and audit
+// trail included, into `to`: a new file, or an empty database.
+int32_t CopyStore(const StoreLocation& from, const StoreLocation& to, std::string& message);
 
 // The backend that the open store uses (null when no store is open).
 IStoreBackend* CurrentBackend();

@@ -49,11 +49,11 @@ std::string ChoosePassword(const InitOptions& options) {
 std::string DescribeFailure(const store::StoreLocation& where, int32_t result,
                             const std::string& message) {
   if (result == store::kExists) {
-    return where.path +
+    return store::DisplayName(where) +
            " already exists; init never overwrites it (choose another location with --store)";
   }
   std::string reason = message.empty() ? store::Describe(result) : message;
-  return "could not create a policy store at " + where.path + ": " + reason;
+  return "could not create a policy store at " + store::DisplayName(where) + ": " + reason;
 }
 
 void RunInit(const InitOptions& options) {
@@ -65,7 +65,8 @@ void RunInit(const InitOptions& options) {
     throw CommandError("give the name of the first administrator with --admin", kExitUsage);
   }
   if (options.storeOption->count() > 0 && options.connection.storeUri.empty()) {
-    throw CommandError("--store needs a location (sqlite:PATH or PATH)", kExitUsage);
+    throw CommandError("--store needs a location (sqlite:PATH, PATH or postgresql://...)",
+                       kExitUsage);
   }
   if (!IsHashCost(options.hashCost)) {
     throw CommandError(
@@ -80,8 +81,8 @@ void RunInit(const InitOptions& options) {
       where, store::NewStoreOptions{adminName, password, options.hashCost}, message);
   if (store::Failed(result)) throw CommandError(DescribeFailure(where, result, message));
 
-  std::cout << "Created a new policy store at " << where.path << " (" << where.backend
-            << "), with system administrator \"" << adminName << "\".\n";
+  std::cout << "Created a new policy store at " << store::DisplayName(where) << " ("
+            << where.backend << "), with system administrator \"" << adminName << "\".\n";
 }
 
 }  // namespace
@@ -104,7 +105,8 @@ void RegisterInitCommand(CLI::App& app) {
       ->excludes(options->passwordOption);
   options->storeOption =
       init->add_option("--store", options->connection.storeUri,
-                       "Where to create the store: sqlite:PATH or PATH (default: XO_POLICY_STORE, "
+                       "Where to create the store: sqlite:PATH, PATH or postgresql://... (default: "
+                       "XO_POLICY_STORE, "
                        "else the per-user data directory)")
           ->type_name("URI");
   // Cheaper password hashing, for stores made by tests and benchmarks. Hidden

@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "StoreBackend.h"
 #include "XoStoreCodes.h"
 
 namespace xo::store::postgres {
@@ -51,17 +52,10 @@ const sql::Dialect& PostgresDialect() {
       .text = "TEXT COLLATE \"C\"",
       .countTables =
           "SELECT count(*) FROM information_schema.tables WHERE table_schema = current_schema()",
+      .sequenceAfterCopy = "SELECT setval(pg_get_serial_sequence('TABLE', 'seq'), "
+                           "(SELECT coalesce(max(seq), 0) + 1 FROM TABLE), false)",
   };
   return dialect;
-}
-
-std::string RedactedUri(const std::string& uri) {
-  const size_t scheme = uri.find("://");
-  const size_t at = uri.find('@', scheme == std::string::npos ? 0 : scheme + 3);
-  if (scheme == std::string::npos || at == std::string::npos) return uri;
-  const size_t colon = uri.find(':', scheme + 3);
-  if (colon == std::string::npos || colon > at) return uri;
-  return uri.substr(0, colon) + uri.substr(at);
 }
 
 namespace {
@@ -175,7 +169,7 @@ std::unique_ptr<PostgresConnection> PostgresConnection::Open(const std::string& 
                                                              std::string& message, int32_t& code) {
   PGconn* connection = PQconnectdb(uri.c_str());
   if (!connection || PQstatus(connection) != CONNECTION_OK) {
-    message = "cannot connect to the policy store at " + RedactedUri(uri) + ": " +
+    message = "cannot connect to the policy store at " + DisplayName({"postgresql", uri}) + ": " +
               (connection ? PQerrorMessage(connection) : "out of memory");
     while (!message.empty() && message.back() == '\n') message.pop_back();
     code = connection ? kUnavailable : kOutOfMemory;
@@ -186,7 +180,8 @@ std::unique_ptr<PostgresConnection> PostgresConnection::Open(const std::string& 
   try {
     opened->Configure();
   } catch (const StoreError& error) {
-    message = "cannot use the policy store at " + RedactedUri(uri) + ": " + opened->LastError();
+    message = "cannot use the policy store at " + DisplayName({"postgresql", uri}) + ": " +
+              opened->LastError();
     code = error.code;
     return nullptr;
   }

@@ -20,9 +20,6 @@ int32_t MapPostgresError(const PGresult* result, const PGconn* connection);
 
 const sql::Dialect& PostgresDialect();
 
-// The URI without its password, for messages.
-std::string RedactedUri(const std::string& uri);
-
 class PostgresConnection : public sql::Connection {
  public:
   static std::unique_ptr<PostgresConnection> Open(const std::string& uri, std::string& message,

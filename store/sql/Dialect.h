@@ -27,6 +27,10 @@ struct Dialect {
   std::string text;
   // A query giving the number of tables in the store's schema.
   std::string countTables;
+  // Run after rows were written with their sequence numbers given, so that
+  // the next row numbers on from them; TABLE stands for the table's name.
+  // Empty where the database numbers on from the largest by itself.
+  std::string sequenceAfterCopy;
 };
 
 }  // namespace xo::store::sql

@@ -49,6 +49,7 @@ const sql::Dialect& SqliteDialect() {
       .integer = "INTEGER",
       .text = "TEXT",
       .countTables = "SELECT count(*) FROM sqlite_master",
+      .sequenceAfterCopy = "",
   };
   return dialect;
 }

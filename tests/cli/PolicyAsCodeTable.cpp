@@ -194,6 +194,15 @@ const Case kApplyCases[] = {
     rule add admin --domain D --realm portal
     export | /domains/0/policies/0/links=[{"group": "admin", "response": "greetings"}])",
      true, "--include-password-hashes"},
+    // A copy is the store itself, hashes, identifiers and audit trail
+    // included, and goes only where no store is.
+    {"ACopyExportsTheSameAndNeverOverwrites", R"(
+    $random 4 > CALLS ; export --include-password-hashes > ORIGINAL ; audit > TRAIL
+    store copy @STORE @OTHER | =Copied the store at @STORE to @OTHER.\n
+    export --include-password-hashes --store @OTHER | =@ORIGINAL
+    audit --store @OTHER | =@TRAIL
+    store copy @STORE @OTHER => 1 | already exists
+    store copy @DIR/none.db @DIR/copy.db => 1 | no policy store at)"},
     {"LinkToAGroupOfADomainWithoutRealms", kPortal + R"(
     group add g --type rule --domain D --agent-type 'HTTP Agent' ; policy add p --domain D
     link add --domain D --policy p --rule g --realm portal ; realm delete portal --domain D

@@ -20,6 +20,7 @@
 #include "support/Environment.h"
 #include "support/Process.h"
 #include "support/StoreFile.h"
+#include "support/StoreServer.h"
 
 namespace xo::test {
 namespace {
@@ -31,18 +32,20 @@ class StoreTest : public ::testing::Test {
  protected:
   void SetUp() override {
     std::string message;
-    ASSERT_GE(CreateStore({"sqlite", path_}, {"root", "secret", "minimum"}, message), 0) << message;
+    ASSERT_GE(CreateStore(ResolveLocation(path_), {"root", "secret", "minimum"}, message), 0)
+        << message;
     SetEnvironment("XO_POLICY_STORE", path_);
     store_.emplace("root", "secret");
   }
   void TearDown() override {
     store_.reset();
+    DropTestStore(path_);
     RemoveDirectory(directory_);
   }
 
   const std::string& Sid() { return store_->Sid(); }
   const std::string directory_ = MakeScratchDirectory();
-  const std::string path_ = directory_ + "/policy.db";
+  const std::string path_ = NewTestStore(directory_);
   std::optional<DirectStore> store_;
 };
 
@@ -69,7 +72,7 @@ TEST_F(StoreTest, LoginsMakeSessionsAndAStoreOpensOnlyFromItsOwnFile) {
   CXoObjIdArray hits;
   EXPECT_EQ(CXoObjStore::Search(CXoObjDomain(), hits, 1, std::string("x"), good.GetSessionID()),
             kNoSession);
-  EXPECT_EQ(CreateStore({"sqlite", path_}, {"x", "y", "minimum"}, message), kExists);
+  EXPECT_EQ(CreateStore(ResolveLocation(path_), {"x", "y", "minimum"}, message), kExists);
   EXPECT_NE(message.find("already exists"), std::string::npos) << message;
   // What a new store cannot be made with is refused before the file is made.
   const std::string fresh = directory_ + "/fresh.db", longest(1023, 'n');
@@ -145,8 +148,10 @@ TEST_F(StoreTest, ProcessesShareOneStoreFileAndWaitForEachOther) {
   EXPECT_EQ(written.exit, 0) << written.out << written.err;
   const ProcessOutcome killed = StartWriter("killed")->Wait();
   EXPECT_TRUE(killed.killed) << killed.exit << killed.out << killed.err;
-  EXPECT_EQ(QueryStoreFile(path_, "SELECT count(*), sum(name = 'killed-2') FROM domain"),
-            std::vector<std::string>{"53|1"});
+  EXPECT_EQ(
+      QueryStoreFile(path_,
+                     "SELECT count(*), count(CASE WHEN name = 'killed-2' THEN 1 END) FROM domain"),
+      std::vector<std::string>{"53|1"});
   EXPECT_EQ(store_->Domain("after").GetOidClass(), XoObjId_Domain);
 }
 

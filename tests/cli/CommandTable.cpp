@@ -14,6 +14,7 @@
 #include <regex>
 #include <sstream>
 
+#include "StoreBackend.h"
 #include "XoPolicyApi.h"
 #include "support/ApiCatalog.h"
 #include "support/DirectoryFixtures.h"
@@ -22,6 +23,7 @@
 #include "support/RandomStore.h"
 #include "support/StoreFile.h"
 #include "support/StoreModel.h"
+#include "support/StoreServer.h"
 
 namespace xo::test {
 namespace {
@@ -68,8 +70,12 @@ std::vector<std::string> Split(const std::string& text, const char* separator) {
 
 class Runner {
  public:
-  explicit Runner(const std::string& dir) : vars_(Documents()) {
-    vars_.insert({{"DIR", dir}, {"STORE", dir + "/policy.db"}, {"OTHER", dir + "/other.db"}});
+  // With `otherOnServer`, @OTHER is a store on the tests' PostgreSQL server
+  // (XO_TEST_POSTGRES), where a round trip carries the store.
+  Runner(const std::string& dir, bool otherOnServer) : vars_(Documents()) {
+    vars_.insert({{"DIR", dir},
+                  {"STORE", dir + "/policy.db"},
+                  {"OTHER", otherOnServer ? NewServerStore() : dir + "/other.db"}});
     const auto queries = OdbcUsers::Queries();
     for (size_t i = 0; i < queries.size(); ++i) vars_["Q" + std::to_string(i + 1)] = queries[i];
   }
@@ -134,6 +140,8 @@ class Runner {
     }
   }
 
+  void Finish() { DropTestStore(vars_["OTHER"]); }
+
  private:
   Run Builtin(const std::vector<std::string>& words, const std::string& line,
               const std::string& input) {
@@ -147,7 +155,15 @@ class Runner {
       document.erase("domains");
       run.out = document.dump(1);
     } else if (words[0] == "$compare") {
-      run.out = ModelDifference(ReadStoreModel(vars_["STORE"]), ReadStoreModel(vars_["OTHER"]));
+      // The model reads files: a store on the server is read from a copy.
+      std::string other = vars_["OTHER"];
+      if (OnServer(other)) {
+        std::string message;
+        store::CopyStore(store::ResolveLocation(other), {"sqlite", vars_["DIR"] + "/other-copy.db"},
+                         message);
+        other = vars_["DIR"] + "/other-copy.db";
+      }
+      run.out = ModelDifference(ReadStoreModel(vars_["STORE"]), ReadStoreModel(other));
     } else if (words[0] == "$random") {
       SetEnvironment("XO_POLICY_STORE", "sqlite:" + vars_["STORE"]);
       PolicyApiSession* handle = nullptr;
@@ -233,7 +249,7 @@ TEST_P(Xopolicy, CommandLines) {
   script = std::regex_replace(script, std::regex(R"(\\r)"), "\r");
   script = std::regex_replace(script, std::regex(R"(\\n)"), "\x02");
   const std::string dir = MakeScratchDirectory();
-  Runner runner(dir);
+  Runner runner(dir, !c.roundTrip.empty() && !TestServer().empty());
   std::istringstream lines(script);
   for (std::string line; std::getline(lines, line) && !HasFailure();) {
     line = line.substr(std::min(line.find_first_not_of(' '), line.size()));
@@ -249,6 +265,7 @@ TEST_P(Xopolicy, CommandLines) {
     std::filesystem::copy(dir, std::string(keep) + "/" + c.name,
                           std::filesystem::copy_options::recursive);
   }
+  runner.Finish();
   RemoveDirectory(dir);
 }
 

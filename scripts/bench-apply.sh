@@ -18,7 +18,7 @@ if ! command -v sqlite3 >/dev/null; then
   echo "bench-apply: the sqlite3 shell is needed for the floor (apt-get install sqlite3)" >&2
   exit 1
 fi
-cmake -S . -B "$build_dir" -DCMAKE_BUILD_TYPE=Release -DXO_BUILD_TESTS=OFF >/dev/null
+cmake -S . -B "$build_dir" -DCMAKE_BUILD_TYPE=Release >/dev/null
 cmake --build "$build_dir" -j2 --target xopolicy >/dev/null
 xopolicy="$build_dir/cli/xopolicy"
 

@@ -1,8 +1,7 @@
 #!/usr/bin/env bash
-# Builds the project for 32-bit x86 Linux (-m32, cmake/i386-linux.cmake; a
-# Debug build, the quickest to make) and runs every test against the 32-bit
-# library, tool and ODBC driver, so that faults of a 32-bit build show on this
-# machine. Fails on the first failure.
+# Builds the project for 32-bit x86 Linux (-m32, cmake/i386-linux.cmake) and
+# runs every test against the 32-bit library, tool and ODBC driver, so that
+# faults of a 32-bit build show on this machine. Fails on the first failure.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -17,7 +16,7 @@ fi
 
 echo "== configure $build_dir"
 cmake -S . -B "$build_dir" -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/i386-linux.cmake" \
-  -DCMAKE_BUILD_TYPE=Debug -DXO_BUILD_BENCH=OFF "${launcher[@]}"
+  -DCMAKE_BUILD_TYPE=RelWithDebInfo -DXO_BUILD_BENCH=OFF "${launcher[@]}"
 echo "== build $build_dir"
 cmake --build "$build_dir" -j"$jobs"
 # A native program in the build folder would test the wrong thing.

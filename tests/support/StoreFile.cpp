@@ -61,27 +61,25 @@ std::vector<std::string> Columns(const std::string& store, const std::string& ta
 
 std::string SnapshotStoreFile(const std::string& store) {
   if (OnServer(store)) return ServerSnapshot(store);
+  // One read-only connection for the whole snapshot: under wine, opening the
+  // file again and again beside the library's own connections now and then fails.
+  Db db = Open(FileOf(store), SQLITE_OPEN_READONLY);
   std::string snapshot;
   for (const std::string& table :
-       QueryStoreFile(store, "SELECT name FROM sqlite_master WHERE type = 'table' ORDER BY name")) {
-    // Every column orders the rows, so that the order is the same every time.
-    std::string order;
-    const size_t columns = Columns(store, table).size();
-    for (size_t column = 1; column <= columns; ++column) {
-      order += (column > 1 ? ", " : "") + std::to_string(column);
-    }
+       Rows(db.get(), "SELECT name FROM sqlite_master WHERE type = 'table' ORDER BY name")) {
     snapshot += "[" + table + "]\n";
-    for (const std::string& row :
-         QueryStoreFile(store, "SELECT * FROM \"" + table + "\" ORDER BY " + order)) {
+    for (const std::string& row : Rows(db.get(), "SELECT * FROM \"" + table + "\" ORDER BY 1")) {
       snapshot += row + "\n";
     }
   }
   return snapshot;
 }
 
+// Reads read-only; a statement that changes the store opens it for writing.
 std::vector<std::string> QueryStoreFile(const std::string& store, const std::string& sql) {
   if (OnServer(store)) return ServerRows(store, sql);
-  return Rows(Open(FileOf(store), SQLITE_OPEN_READWRITE).get(), sql);
+  const bool reads = sql.starts_with("SELECT") || sql.starts_with("PRAGMA");
+  return Rows(Open(FileOf(store), reads ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE).get(), sql);
 }
 
 bool StoreIsSound(const std::string& store) {

@@ -19,27 +19,16 @@ packages=(
   slapd ldap-utils openssl odbcinst
 )
 
-missing=()
-for package in "${packages[@]}"; do
-  if ! dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'ok installed'; then
-    missing+=("$package")
-  fi
-done
+# shellcheck source=lib/packages.sh
+source scripts/lib/packages.sh
+missing_packages "${packages[@]}"
 
 if [ ${#missing[@]} -eq 0 ]; then
   echo "setup-m32: all required packages are installed."
   exit 0
 fi
 
-if [ "$(id -u)" -eq 0 ]; then
-  as_root=()
-elif command -v sudo >/dev/null 2>&1; then
-  as_root=(sudo)
-else
-  echo "setup-m32: these packages are missing and neither root nor sudo is available:" >&2
-  echo "  ${missing[*]}" >&2
-  exit 1
-fi
+choose_as_root setup-m32 "${missing[@]}"
 
 # shellcheck source=lib/apt-i386.sh
 source scripts/lib/apt-i386.sh

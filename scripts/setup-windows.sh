@@ -18,35 +18,20 @@ packages=(
 )
 i386_packages=(wine32:i386 libodbc2:i386 libsqliteodbc:i386)
 
-installed() {
-  dpkg-query -W -f='${Status}' "$1" 2>/dev/null | grep -q 'ok installed'
-}
-
-missing=()
-for package in "${packages[@]}"; do
-  installed "$package" || missing+=("$package")
-done
+# shellcheck source=lib/packages.sh
+source scripts/lib/packages.sh
+missing_packages "${i386_packages[@]}"
+missing_i386=("${missing[@]}")
+missing_packages "${packages[@]}"
 # npm may come with a Node.js from elsewhere than Debian.
 if ! command -v npm >/dev/null 2>&1; then missing+=(nodejs npm); fi
-missing_i386=()
-for package in "${i386_packages[@]}"; do
-  installed "$package" || missing_i386+=("$package")
-done
 
 if [ ${#missing[@]} -eq 0 ] && [ ${#missing_i386[@]} -eq 0 ]; then
   echo "setup-windows: all required packages are installed."
   exit 0
 fi
 
-if [ "$(id -u)" -eq 0 ]; then
-  as_root=()
-elif command -v sudo >/dev/null 2>&1; then
-  as_root=(sudo)
-else
-  echo "setup-windows: missing and neither root nor sudo is available:" >&2
-  echo "  ${missing[*]} ${missing_i386[*]}" >&2
-  exit 1
-fi
+choose_as_root setup-windows "${missing[@]}" "${missing_i386[@]}"
 
 export DEBIAN_FRONTEND=noninteractive
 if [ ${#missing[@]} -gt 0 ]; then

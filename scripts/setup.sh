@@ -30,12 +30,9 @@ packages=(
   libpq-dev postgresql
 )
 
-missing=()
-for package in "${packages[@]}"; do
-  if ! dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'ok installed'; then
-    missing+=("$package")
-  fi
-done
+# shellcheck source=lib/packages.sh
+source scripts/lib/packages.sh
+missing_packages "${packages[@]}"
 
 if [ ${#missing[@]} -eq 0 ]; then
   echo "setup: all required packages are installed."
@@ -43,15 +40,7 @@ if [ ${#missing[@]} -eq 0 ]; then
   exit 0
 fi
 
-if [ "$(id -u)" -eq 0 ]; then
-  as_root=()
-elif command -v sudo >/dev/null 2>&1; then
-  as_root=(sudo)
-else
-  echo "setup: these packages are missing and neither root nor sudo is available:" >&2
-  echo "  ${missing[*]}" >&2
-  exit 1
-fi
+choose_as_root setup "${missing[@]}"
 
 echo "setup: installing ${missing[*]}"
 export DEBIAN_FRONTEND=noninteractive

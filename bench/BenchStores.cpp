@@ -5,10 +5,13 @@
 #include <filesystem>
 #include <map>
 #include <stdexcept>
+#include <utility>
+#include <vector>
 
 #include "XoObjStore.h"
 #include "frame/Handles.h"
 #include "store/StoreBackend.h"
+#include "support/StoreServer.h"
 
 namespace xo::bench {
 namespace {
@@ -51,9 +54,24 @@ void CheckStore(int32_t result, const std::string& what) {
   }
 }
 
-// A new, empty store of the given file name in the scratch directory.
-std::string NewStore(const std::string& fileName) {
-  std::string uri = "sqlite:" + ScratchDirectory() + "/" + fileName;
+// The server schemas made in this run, dropped when the process ends.
+class ServerStores {
+ public:
+  ~ServerStores() {
+    for (const std::string& store : stores_) test::DropServerStore(store);
+  }
+  std::string New() { return stores_.emplace_back(test::NewServerStore()); }
+
+ private:
+  std::vector<std::string> stores_;
+};
+
+// A new, empty store: the given file name in the scratch directory, or a
+// schema on the server.
+std::string NewStore(const std::string& fileName, Backend backend = Backend::kSqlite) {
+  static ServerStores serverStores;
+  std::string uri = backend == Backend::kPostgres ? serverStores.New()
+                                                  : "sqlite:" + ScratchDirectory() + "/" + fileName;
   std::string message;
   // The default hashing cost, so that a login costs what it costs a user.
   int32_t created =
@@ -130,17 +148,19 @@ std::string DomainName(int64_t index) {
   return name;
 }
 
-const std::string& PopulatedStore(int64_t domains) {
-  static std::map<int64_t, std::string> stores;
-  auto found = stores.find(domains);
+bool HasServer() { return !test::TestServer().empty(); }
+
+const std::string& PopulatedStore(int64_t domains, Backend backend) {
+  static std::map<std::pair<int64_t, Backend>, std::string> stores;
+  auto found = stores.find({domains, backend});
   if (found != stores.end()) return found->second;
 
-  std::string uri = NewStore("domains-" + std::to_string(domains) + ".db");
+  std::string uri = NewStore("domains-" + std::to_string(domains) + ".db", backend);
   {
     ApiSession api(uri);
     AddDomains(api, domains);
   }
-  return stores.emplace(domains, uri).first->second;
+  return stores.emplace(std::pair{domains, backend}, uri).first->second;
 }
 
 std::string RuleName(int64_t index) {

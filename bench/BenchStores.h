@@ -16,9 +16,16 @@ const std::string& ScratchDirectory();
 // "domain-000042": the names the populated stores use.
 std::string DomainName(int64_t index);
 
+// Where a benchmark's store lives: a file in the scratch directory, or a
+// schema of its own on the PostgreSQL server that XO_TEST_POSTGRES names.
+enum class Backend { kSqlite, kPostgres };
+
+// Whether the run has a PostgreSQL server to measure on.
+bool HasServer();
+
 // The URI of a store holding `domains` domains named DomainName(0..domains-1),
 // made on first use.
-const std::string& PopulatedStore(int64_t domains);
+const std::string& PopulatedStore(int64_t domains, Backend backend = Backend::kSqlite);
 
 // Indexes below `count` visited in a scattered order, so that look-ups do not
 // walk an index in sequence.

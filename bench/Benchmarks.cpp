@@ -1,5 +1,7 @@
 // The flat interface's domain calls and the domain resolver, each on stores
-// of 1,000 and 100,000 domains, beside the plain SQLite floor.
+// of 1,000 and 100,000 domains, beside the plain SQLite floor; and the same
+// calls on a PostgreSQL store beside plain libpq on the same server, when
+// XO_TEST_POSTGRES names one (scripts/bench.sh starts a private server).
 #include <benchmark/benchmark.h>
 
 #include <atomic>
@@ -11,6 +13,9 @@
 #include "Ratios.h"
 #include "SqliteFloor.h"
 #include "frame/Resolve.h"
+#ifdef XO_WITH_POSTGRES
+#include "PostgresFloor.h"
+#endif
 
 namespace xo::bench {
 namespace {
@@ -40,8 +45,8 @@ void LoginLogout(benchmark::State& state) {
   });
 }
 
-void AddDomain(benchmark::State& state) {
-  ApiSession api(PopulatedStore(state.range(0)));
+void AddDomainOn(benchmark::State& state, Backend backend) {
+  ApiSession api(PopulatedStore(state.range(0), backend));
   RunSteps(state, "AddDomain failed", [&] {
     DomainRecord record{};
     std::snprintf(record.name, sizeof record.name, "%s", FreshName("added-").c_str());
@@ -49,8 +54,8 @@ void AddDomain(benchmark::State& state) {
   });
 }
 
-void GetDomain(benchmark::State& state) {
-  ApiSession api(PopulatedStore(state.range(0)));
+void GetDomainOn(benchmark::State& state, Backend backend) {
+  ApiSession api(PopulatedStore(state.range(0), backend));
   ScatteredNames names(state.range(0));
   RunSteps(state, "GetDomain found nothing", [&] {
     DomainRecord* found = nullptr;
@@ -60,6 +65,9 @@ void GetDomain(benchmark::State& state) {
     return ok;
   });
 }
+
+void AddDomain(benchmark::State& state) { AddDomainOn(state, Backend::kSqlite); }
+void GetDomain(benchmark::State& state) { GetDomainOn(state, Backend::kSqlite); }
 
 void ResolveDomain(benchmark::State& state) {
   ApiSession api(PopulatedStore(state.range(0)));
@@ -108,6 +116,49 @@ XO_BENCH(SqliteInsertCommit, kLargeStore);
 XO_BENCH(GetDomain, kLargeStore);
 XO_BENCH(ResolveDomain, kLargeStore);
 XO_BENCH(SqlitePointSelect, kLargeStore);
+
+#ifdef XO_WITH_POSTGRES
+// Without a server the PostgreSQL rows are reported as skipped.
+bool NeedsServer(benchmark::State& state) {
+  if (HasServer()) return true;
+  state.SkipWithError("no PostgreSQL server: set XO_TEST_POSTGRES");
+  return false;
+}
+
+void PgAddDomain(benchmark::State& state) {
+  if (NeedsServer(state)) AddDomainOn(state, Backend::kPostgres);
+}
+
+void PgGetDomain(benchmark::State& state) {
+  if (NeedsServer(state)) GetDomainOn(state, Backend::kPostgres);
+}
+
+void PgInsertCommit(benchmark::State& state) {
+  if (!NeedsServer(state)) return;
+  PostgresFloorTable table(state.range(0));
+  RunSteps(state, "insert failed", [&] { return table.Insert(FreshName("floor-added-")); });
+}
+
+void PgPointSelect(benchmark::State& state) {
+  if (!NeedsServer(state)) return;
+  PostgresFloorTable table(state.range(0));
+  ScatteredNames names(state.range(0));
+  RunSteps(state, "select found nothing", [&] { return table.SelectByName(names.Next()); });
+}
+
+[[maybe_unused]] const bool kServerRatios =
+    AddRatio("PgAddDomain", "PgInsertCommit") && AddRatio("PgGetDomain", "PgPointSelect");
+
+XO_BENCH(PgAddDomain, kSmallStore);
+XO_BENCH(PgInsertCommit, kSmallStore);
+XO_BENCH(PgGetDomain, kSmallStore);
+XO_BENCH(PgPointSelect, kSmallStore);
+
+XO_BENCH(PgAddDomain, kLargeStore);
+XO_BENCH(PgInsertCommit, kLargeStore);
+XO_BENCH(PgGetDomain, kLargeStore);
+XO_BENCH(PgPointSelect, kLargeStore);
+#endif
 
 }  // namespace
 }  // namespace xo::bench

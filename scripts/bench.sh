@@ -15,7 +15,16 @@ cmake --build "$build_dir" -j2 --target xo_bench
 # The stores are made on the build's disk, not on a memory-backed /tmp, so
 # that commits cost what they cost in use.
 mkdir -p "$build_dir/bench-stores"
-XO_BENCH_DIR="$PWD/$build_dir/bench-stores" "$build_dir/bench/xo_bench" "$@"
+
+# A private PostgreSQL server on the same disk for the PostgreSQL rows, with
+# fsync on as in use; stopped when the run ends.
+server_dir="$PWD/$build_dir/bench-postgres"
+server_port=${XO_BENCH_POSTGRES_PORT:-55434}
+trap 'bash scripts/postgres-server.sh stop "$server_dir"' EXIT
+server=$(bash scripts/postgres-server.sh start "$server_dir" "$server_port")
+
+XO_BENCH_DIR="$PWD/$build_dir/bench-stores" XO_TEST_POSTGRES="$server" \
+  "$build_dir/bench/xo_bench" "$@"
 
 # `xopolicy apply` of a large generated document against sqlite3 loading the
 # same objects.

@@ -24,6 +24,8 @@ int32_t MapPostgresError(const PGresult* result, const PGconn* connection) {
   if (code == "53100") return kDiskFull;
   if (code == "25006") return kReadOnly;  // a standby, or a read-only transaction
   if (code == "22001" || code == "54000") return kTextTooLong;
+  // Bytes that are no text in the database's encoding (a UTF-8 database).
+  if (code == "22021" || code == "22P05") return kInvalidArgument;
   if (code == "XX001" || code == "XX002") return kCorrupt;
   if (category == "23") return kConstraint;
   if (category == "08" || category == "53" || code == "57P01" || code == "57P02" ||
@@ -52,8 +54,9 @@ const sql::Dialect& PostgresDialect() {
       .text = "TEXT COLLATE \"C\"",
       .countTables =
           "SELECT count(*) FROM information_schema.tables WHERE table_schema = current_schema()",
-      .sequenceAfterCopy = "SELECT setval(pg_get_serial_sequence('TABLE', 'seq'), "
-                           "(SELECT coalesce(max(seq), 0) + 1 FROM TABLE), false)",
+      .sequenceAfterCopy =
+          "SELECT setval(pg_get_serial_sequence('TABLE', 'seq'), "
+          "(SELECT coalesce(max(seq), 0) + 1 FROM TABLE), false)",
   };
   return dialect;
 }

@@ -8,6 +8,7 @@
 #include "XoAdmProtocol.h"
 #include "XoObjDict.h"
 #include "XoObjId.h"
+#include "XoStoreCodes.h"
 
 namespace {
 
@@ -74,6 +75,55 @@ TEST(DictionaryTest, ProtocolTextsAndPropertyNumbersNeverChange) {
   EXPECT_TRUE(copy->GetOid().IsEqual(rule->GetOid()) && fresh->GetOid().IsOidNull());
   EXPECT_EQ(CXoObjDictProp::MakeObject(CXoObjId(std::string("garbage"))), nullptr);
   EXPECT_EQ(CXoObjDictProp::MakeObject(WellKnownObjectId26), nullptr);
+}
+
+// The protocol's view of an object: its values checked against the class's
+// dictionary, and each value as the protocol writes it.
+TEST(AdmObjectTest, ChecksValuesAgainstTheDictionaryAndWritesThemForTheProtocol) {
+  using R = CXoObjRealm;
+  namespace codes = xo::store;
+  const CXoObjId domain = CXoObjId::NewOid(XoObjId_Domain);
+  const CXoObjId agent = CXoObjId::NewOid(XoObjId_Device);
+  const auto realm = [&](uint32_t prop, XoPropValue value) {
+    std::unique_ptr<CXoObjBase> object(CXoObjDictProp::MakeObject(CXoObjId::NewOid(XoObjId_Realm)));
+    object->Set(R::Domain, domain);
+    object->Set(R::Name, std::string("r"));
+    object->Set(R::Agent, agent);
+    object->Set(R::Scheme, CXoObjId::NewOid(XoObjId_Scheme));
+    object->Set(R::Parent, domain);
+    object->Set(prop, std::move(value));
+    return CXoAdmObject(std::move(object));
+  };
+  const std::tuple<uint32_t, XoPropValue, int32_t> kChecks[] = {
+      {R::Description, std::string("d"), 0},
+      {R::Name, std::string(), codes::kNameRequired},
+      {R::Name, std::string(1023, 'n'), 0},
+      {R::Name, std::string(1024, 'n'), codes::kTextTooLong},
+      {R::Agent, NullObjectId, codes::kNameRequired},
+      {R::Agent, domain, codes::kWrongClass},
+      {R::AgentType, NullObjectId, 0},
+      {R::Reserved1, domain, 0}};
+  for (const auto& [prop, value, expected] : kChecks) {
+    EXPECT_EQ(realm(prop, value).ValidateProps(), expected) << prop;
+  }
+  EXPECT_EQ(CXoAdmObject(XoObjId_Realm).ValidateProps(), codes::kNotFound);
+
+  const CXoAdmObject flagged = realm(R::Flag1, true);
+  const std::pair<uint32_t, std::string> kValues[] = {{R::Name, "\"r\""},
+                                                      {R::Agent, "@" + agent.GetOidString()},
+                                                      {R::Flag1, "1"},
+                                                      {R::Flag2, "\"\""}};  // never set
+  for (const auto& [prop, text] : kValues) EXPECT_EQ(flagged.SearchValue(prop), text) << prop;
+  EXPECT_EQ(realm(R::Int2, int32_t{-7}).SearchValue(R::Int2), "-7");
+  EXPECT_EQ(realm(R::Flag3, false).SearchValue(R::Flag3), "0");
+  std::unique_ptr<CXoObjBase> owner(CXoObjDictProp::MakeObject(domain));
+  const CXoObjId a = CXoObjId::NewOid(XoObjId_Admin), b = CXoObjId::NewOid(XoObjId_Admin);
+  owner->Set(10, CXoObjIdArray{a, b});
+  owner->Set(4, CXoObjIdArray{});
+  const CXoAdmObject lists(std::move(owner));
+  EXPECT_EQ(lists.SearchValue(10), "(@" + a.GetOidString() + "@@@" + b.GetOidString() + ")");
+  EXPECT_EQ(lists.SearchValue(4), "()");
+  EXPECT_EQ(CXoAdmObject(XoObjId_Realm).SearchValue(R::Name), "\"\"");
 }
 
 }  // namespace

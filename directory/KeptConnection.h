@@ -10,10 +10,12 @@
 
 namespace xo::directory {
 
-// How many connections to directory servers this process has opened; tests
-// read it to tell a reused connection from a new one.
-uint64_t ConnectionsOpened();
-void CountConnectionOpened();
+// How many connections to directory servers this process has opened, and
+// how many of them are kept open now; tests read them to tell a reused
+// connection from a new one, and to see that none is left behind.
+uint32_t ConnectionsOpened();
+uint32_t ConnectionsKept();
+void CountConnection(bool opened);
 
 // `Connection` reports through Broken() that an operation on it failed; it
 // is then dropped, and the next operation opens a new one.
@@ -32,18 +34,27 @@ class KeptConnection {
     return reused && !connection_ && Attempt(open, operation, error);
   }
 
-  void Drop() { connection_.reset(); }
+  KeptConnection() = default;
+  ~KeptConnection() { Close(); }
+  KeptConnection(const KeptConnection&) = delete;
+  KeptConnection& operator=(const KeptConnection&) = delete;
 
  private:
+  void Close() {
+    if (!connection_) return;
+    connection_.reset();
+    CountConnection(false);
+  }
+
   template <class Open, class Operation>
   bool Attempt(Open& open, Operation& operation, std::string& error) {
     if (!connection_) {
       connection_ = open(error);
       if (!connection_) return false;
-      CountConnectionOpened();
+      CountConnection(true);
     }
     const bool done = operation(*connection_, error);
-    if (connection_->Broken()) connection_.reset();
+    if (connection_->Broken()) Close();
     return done;
   }
 

@@ -121,13 +121,13 @@ struct ConnectionStep {
   std::function<void()> change;
   std::function<int32_t()> call;
   int32_t result;
-  uint64_t opened;
+  uint32_t opened;
 };
 
 void RunSteps(const std::vector<ConnectionStep>& steps) {
   for (const ConnectionStep& step : steps) {
     if (step.change) step.change();
-    const uint64_t before = xo::directory::ConnectionsOpened();
+    const uint32_t before = xo::directory::ConnectionsOpened();
     EXPECT_EQ(step.call(), step.result) << step.what;
     EXPECT_EQ(xo::directory::ConnectionsOpened() - before, step.opened) << step.what;
   }
@@ -188,7 +188,9 @@ TEST_F(DirectoryUsersTest, ASessionReusesItsDirectoryConnectionUntilItChangesFai
       {"its users", nullptr, hr("users/alice"), -1, 0},
       {"logged in again",
        [&] {
+         const uint32_t kept = xo::directory::ConnectionsKept();
          ASSERT_EQ(Xo_PolicyApi_Logout(handle_), 0);
+         EXPECT_EQ(xo::directory::ConnectionsKept(), kept - 1);
          ASSERT_EQ(Login(kAdmin, kPassword, &handle_), 0);
        },
        hr("users/bob"), 0, 1},

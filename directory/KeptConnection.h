@@ -18,20 +18,25 @@ uint32_t ConnectionsKept();
 void CountConnection(bool opened);
 
 // `Connection` reports through Broken() that an operation on it failed; it
-// is then dropped, and the next operation opens a new one.
+// is then dropped, and the next operation opens a new one. Lost() tells
+// that the failure was the connection's own: its server closed it, or can
+// no longer be reached.
 template <class Connection>
 class KeptConnection {
  public:
   // Runs `operation` (Connection&, error) -> bool on the kept connection,
   // opening one through `open` (error) -> unique_ptr<Connection> when none
-  // is kept. A kept connection that fails may have been closed by its
-  // server since it was last used (a restart): the operation is tried once
-  // more on a new connection.
+  // is kept. A kept connection may have been closed by its server since it
+  // was last used (a restart): when it is lost, the operation is tried once
+  // more on a new connection. Other failures (a timeout, a query the
+  // database refuses) are not tried again, so that a call never waits
+  // twice for a server that hangs.
   template <class Open, class Operation>
   bool Use(Open&& open, Operation&& operation, std::string& error) {
     const bool reused = connection_ != nullptr;
-    if (Attempt(open, operation, error)) return true;
-    return reused && !connection_ && Attempt(open, operation, error);
+    bool lost = false;
+    if (Attempt(open, operation, lost, error)) return true;
+    return reused && lost && Attempt(open, operation, lost, error);
   }
 
   KeptConnection() = default;
@@ -47,13 +52,14 @@ class KeptConnection {
   }
 
   template <class Open, class Operation>
-  bool Attempt(Open& open, Operation& operation, std::string& error) {
+  bool Attempt(Open& open, Operation& operation, bool& lost, std::string& error) {
     if (!connection_) {
       connection_ = open(error);
       if (!connection_) return false;
       CountConnection(true);
     }
     const bool done = operation(*connection_, error);
+    lost = connection_->Lost();
     if (connection_->Broken()) Close();
     return done;
   }

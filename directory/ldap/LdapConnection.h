@@ -74,6 +74,8 @@ class LdapConnection {
   // Whether an operation failed: the server may have closed the connection
   // or lost its state, so the connection is not used again.
   bool Broken() const { return broken_; }
+  // Whether the server closed the connection or could not be reached.
+  bool Lost() const { return lost_; }
 
  private:
   struct Handle;
@@ -83,6 +85,7 @@ class LdapConnection {
   std::unique_ptr<Handle> handle_;
   int timeoutSeconds_;
   bool broken_ = false;
+  bool lost_ = false;
 };
 
 }  // namespace xo::directory::ldap

@@ -209,6 +209,11 @@ bool OdbcConnection::Run(const std::string& sql, const std::vector<OdbcParam>& p
   if (stmt == nullptr ||
       !Execute(stmt->handle, stmt->markers, params, maxRows, rows, error, affected)) {
     broken_ = true;
+    // A driver that cannot tell leaves the connection taken for alive.
+    SQLUINTEGER dead = SQL_CD_FALSE;
+    lost_ = SQL_SUCCEEDED(
+                SQLGetConnectAttr(handles_->dbc, SQL_ATTR_CONNECTION_DEAD, &dead, 0, nullptr)) &&
+            dead == SQL_CD_TRUE;
     return false;
   }
   return true;

@@ -37,6 +37,8 @@ class OdbcConnection {
   // Whether a run failed: the database may be gone, so the connection is
   // not used again.
   bool Broken() const { return broken_; }
+  // Whether the driver tells that the connection is dead.
+  bool Lost() const { return lost_; }
 
  private:
   struct Handles;
@@ -48,6 +50,7 @@ class OdbcConnection {
   int timeoutSeconds_;
   std::map<std::string, std::unique_ptr<Prepared>> prepared_;
   bool broken_ = false;
+  bool lost_ = false;
 };
 
 }  // namespace xo::directory::odbc

@@ -63,7 +63,7 @@ XO_API Xo_PolicyApi_GetDirectoryContents(PolicyApiSession* handle, const char* u
     // A directory that cannot be read lists as an empty one.
     std::vector<std::string> entries;
     std::vector<std::string> details;
-    if (!CXoDsDir(directory).Enumerate(entries, details)) {
+    if (!CXoDsDir(directory, call.Session()).Enumerate(entries, details)) {
       *list = nullptr;
       return XO_OK;
     }

@@ -63,7 +63,8 @@ XO_API Xo_PolicyApi_AddUsersToPolicy(PolicyApiSession* handle, const char* domai
     int32_t kind = 0;
     std::string path;
     std::string displayName;
-    if (!CXoDsDir(directory).GetDirObjInfo(ArgText(entry), kind, path, displayName)) {
+    if (!CXoDsDir(directory, target.call.Session())
+             .GetDirObjInfo(ArgText(entry), kind, path, displayName)) {
       return XO_ERR_GENERAL;
     }
 

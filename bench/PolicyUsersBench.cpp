@@ -16,6 +16,7 @@
 
 #include "BenchStores.h"
 #include "Iterations.h"
+#include "Ratios.h"
 #include "SqliteFloor.h"
 #include "XoObjStore.h"
 
@@ -140,6 +141,10 @@ void AttachmentsPointSelect(benchmark::State& state) {
   RunSteps(state, "select found nothing",
            [&] { return table.SelectByName(DomainName(serial++ % kAttachments)); });
 }
+
+[[maybe_unused]] const bool kRatios = AddRatio("AddUsersToPolicy", "AttachmentsInsertCommit") &&
+                                      AddRatio("GetPolicyUsersQuiet", "AttachmentsPointSelect") &&
+                                      AddRatio("GetPolicyUsersCrowded", "AttachmentsPointSelect");
 
 BENCHMARK(AddUsersToPolicy)->Unit(benchmark::kMicrosecond);
 BENCHMARK(AttachmentsInsertCommit)->Unit(benchmark::kMicrosecond);

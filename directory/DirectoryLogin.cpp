@@ -10,7 +10,8 @@ namespace xo::directory {
 using namespace xo::store;
 
 int32_t AuthenticateByDirectory(IStoreBackend& backend, const AdminCredentials& admin,
-                                const std::string& password, std::string& message) {
+                                const std::string& password, SessionDirectories& kept,
+                                std::string& message) {
   CXoObjUserDirectory directory(admin.userDirectory);
   int32_t fetched = backend.FetchWithoutSession(directory);
   if (Failed(fetched)) {
@@ -21,8 +22,7 @@ int32_t AuthenticateByDirectory(IStoreBackend& backend, const AdminCredentials& 
   std::unique_ptr<CXoObjODBCQuery> queries;
   fetched = FetchQueryScheme(backend, directory, queries, message);
   if (Failed(fetched)) return fetched;
-  std::unique_ptr<CXoDsDir> dir = queries ? std::make_unique<CXoDsDir>(directory, *queries)
-                                          : std::make_unique<CXoDsDir>(directory);
+  auto dir = std::make_unique<CXoDsDir>(directory, queries.get(), kept);
   if (dir->Authenticate(admin.name, password)) return kOk;
   message = "wrong administrator name or password (directory '" + directory.GetName() +
             "': " + dir->LastError() + ")";

@@ -32,6 +32,7 @@ struct Settings {
   std::string caFile;                        // string 9: CA certificates for LDAP over TLS
 
   DirectoryType Type() const;
+  bool operator==(const Settings&) const = default;
   // The timeout actually applied to each round trip to the server.
   int32_t EffectiveTimeout() const;
 };

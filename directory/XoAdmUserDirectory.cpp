@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Settings.h"
+#include "StoreAccess.h"
 #include "XoDsDir.h"
 #include "XoObjStore.h"
 #include "odbc/OdbcQueries.h"
@@ -57,7 +58,7 @@ int32_t DomainGrants(const CXoAdmSession& session, const CXoObjId& directory,
 }  // namespace
 
 // A directory fetched with the session, and its query scheme when it is an
-// ODBC directory.
+// ODBC directory, served on the session's kept connection.
 class CXoAdmUserDirectory::Opened {
  public:
   int32_t Open(const CXoObjId& id, const CXoAdmSession& session, std::string& message) {
@@ -67,19 +68,10 @@ class CXoAdmUserDirectory::Opened {
       message = std::string("the user directory could not be read: ") + Describe(fetched);
       return fetched;
     }
-    const CXoObjId& scheme = directory_.GetQuerySchemeOid();
-    if (xo::directory::ReadSettings(directory_).Type() == xo::directory::DirectoryType::Odbc &&
-        !scheme.IsOidNull()) {
-      queries_ = std::make_unique<CXoObjODBCQuery>(scheme);
-      fetched = CXoObjStore::Fetch(*queries_, 0, nullptr, session.GetSessionID());
-      if (Failed(fetched)) {
-        message = "the query scheme of directory '" + directory_.GetName() +
-                  "' could not be read: " + Describe(fetched);
-        return fetched;
-      }
-    }
-    dir_ = queries_ ? std::make_unique<CXoDsDir>(directory_, *queries_)
-                    : std::make_unique<CXoDsDir>(directory_);
+    fetched =
+        xo::directory::FetchQueryScheme(session.GetSessionID(), directory_, queries_, message);
+    if (Failed(fetched)) return fetched;
+    dir_ = std::make_unique<CXoDsDir>(directory_, queries_.get(), session.Directories());
     return 0;
   }
   const CXoObjUserDirectory& Directory() const { return directory_; }

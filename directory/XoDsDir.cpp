@@ -3,8 +3,10 @@
 #include <new>
 
 #include "Provider.h"
+#include "SessionDirectories.h"
 #include "Settings.h"
 #include "StoreAccess.h"
+#include "XoAdmSession.h"
 
 const char* const XoDsObjectClassNames[8] = {
     "Unknown", "User", "User Group", "User Property", "User Role", "Organization", "Query", "All"};
@@ -32,6 +34,30 @@ CXoDsDir::CXoDsDir(const CXoObjUserDirectory& directory, const CXoObjODBCQuery& 
     : directory_(directory) {
   try {
     provider_ = MakeProvider(ReadSettings(directory_), &queries, lastError_);
+  } catch (const std::bad_alloc&) {
+    lastError_ = "out of memory";
+  }
+}
+
+CXoDsDir::CXoDsDir(const CXoObjUserDirectory& directory, const CXoObjODBCQuery* queries,
+                   xo::directory::SessionDirectories& kept)
+    : directory_(directory) {
+  try {
+    provider_ = kept.For(directory_, queries, lastError_);
+  } catch (const std::bad_alloc&) {
+    lastError_ = "out of memory";
+  }
+}
+
+CXoDsDir::CXoDsDir(const CXoObjUserDirectory& directory, const CXoAdmSession& session)
+    : directory_(directory) {
+  try {
+    std::unique_ptr<CXoObjODBCQuery> queries;
+    if (xo::store::Failed(xo::directory::FetchQueryScheme(session.GetSessionID(), directory_,
+                                                          queries, lastError_))) {
+      return;
+    }
+    provider_ = session.Directories().For(directory_, queries.get(), lastError_);
   } catch (const std::bad_alloc&) {
     lastError_ = "out of memory";
   }

@@ -23,9 +23,12 @@ enum XoDsObjectClass : int32_t {
 };
 extern const char* const XoDsObjectClassNames[8];
 
+class CXoAdmSession;
+
 namespace xo::directory {
 class Provider;
-}
+class SessionDirectories;
+}  // namespace xo::directory
 
 class CXoDsDir {
  public:
@@ -34,6 +37,14 @@ class CXoDsDir {
   explicit CXoDsDir(const CXoObjUserDirectory& directory);
   // An ODBC directory with its query scheme already fetched.
   CXoDsDir(const CXoObjUserDirectory& directory, const CXoObjODBCQuery& queries);
+  // The directory on the connection that `kept` holds for it (opened on
+  // first use and kept there for the next CXoDsDir), with its query scheme
+  // when it is an ODBC directory.
+  CXoDsDir(const CXoObjUserDirectory& directory, const CXoObjODBCQuery* queries,
+           xo::directory::SessionDirectories& kept);
+  // The same for a session: the query scheme is read on the session, and
+  // the connection is the session's.
+  CXoDsDir(const CXoObjUserDirectory& directory, const CXoAdmSession& session);
   virtual ~CXoDsDir();
   CXoDsDir(const CXoDsDir&) = delete;
   CXoDsDir& operator=(const CXoDsDir&) = delete;
@@ -77,6 +88,7 @@ class CXoDsDir {
   bool Use(Operation&& operation);
 
   CXoObjUserDirectory directory_;
-  std::unique_ptr<xo::directory::Provider> provider_;
+  // Shared with the session that keeps it, if any.
+  std::shared_ptr<xo::directory::Provider> provider_;
   std::string lastError_;
 };

@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include "DirectoryLogin.h"
+#include "SessionDirectories.h"
 #include "StoreBackend.h"
 #include "XoObjClasses.h"
 #include "XoStoreCodes.h"
@@ -86,7 +87,8 @@ CXoAdmSession::CXoAdmSession(const std::string& user, const std::string& passwor
       remoteHost_(remoteHost),
       remoteUser_(remoteUser),
       remoteAddr_(remoteAddr),
-      interactive_(interactive) {}
+      interactive_(interactive),
+      directories_(std::make_unique<xo::directory::SessionDirectories>()) {}
 
 CXoAdmSession::~CXoAdmSession() {
   if (loggedIn_) Logout();
@@ -110,8 +112,13 @@ XoAdmError CXoAdmSession::Login(std::string& message, bool) {
   }
   bool known = !Failed(found);
   if (known && admin.directoryBound) {
-    int32_t checked = xo::directory::AuthenticateByDirectory(*backend, admin, password_, message);
-    if (Failed(checked)) return checked;
+    // The directory's connection stays with the session for its later calls.
+    int32_t checked =
+        xo::directory::AuthenticateByDirectory(*backend, admin, password_, *directories_, message);
+    if (Failed(checked)) {
+      directories_->Clear();
+      return checked;
+    }
   } else if (!VerifyPassword(known ? admin.passwordHash : DecoyHash(cost), password_) || !known) {
     message = "wrong administrator name or password";
     return kAuthFailed;
@@ -131,6 +138,7 @@ XoAdmError CXoAdmSession::Login(std::string& message, bool) {
 }
 
 XoAdmError CXoAdmSession::Logout() {
+  directories_->Clear();
   if (!loggedIn_) return 0;
   IStoreBackend* backend = CurrentBackend();
   if (!backend) return kUnavailable;

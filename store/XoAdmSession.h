@@ -2,12 +2,17 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "XoObjId.h"
 
 class CXoObjAdmin;
+
+namespace xo::directory {
+class SessionDirectories;
+}
 
 using XoAdmError = int32_t;  // 0 for success
 
@@ -76,6 +81,10 @@ class CXoAdmSession {
   const CXoAuthAdminUser& GetAdminUser() const { return adminUser_; }
   const CXoAdmRoot& GetRoot() const { return root_; }
   const std::vector<CXoObjId>& GetDomains() const { return domains_; }
+  // The connections to user directories that the session keeps between its
+  // calls; closed when it logs out or ends. A session's calls come one at a
+  // time, so they never share one of them with another thread.
+  xo::directory::SessionDirectories& Directories() const { return *directories_; }
 
  private:
   std::string user_;
@@ -91,6 +100,7 @@ class CXoAdmSession {
   CXoAuthAdminUser adminUser_;
   CXoAdmRoot root_;
   std::vector<CXoObjId> domains_;
+  std::unique_ptr<xo::directory::SessionDirectories> directories_;
 };
 
 namespace xo::store {

@@ -230,6 +230,8 @@ LdapConnection::~LdapConnection() = default;
 
 bool LdapConnection::Failed(int code, const std::string& what, std::string& error) {
   if (code == LDAP_SUCCESS) return false;
+  broken_ = true;
+  lost_ = lost_ || code == LDAP_SERVER_DOWN || code == LDAP_CONNECT_ERROR;
   error = what + " failed: " + ldap_err2string(code);
   char* diagnostic = nullptr;
   if (ldap_get_option(handle_->ld, LDAP_OPT_DIAGNOSTIC_MESSAGE, &diagnostic) == LDAP_OPT_SUCCESS &&

@@ -71,6 +71,11 @@ class LdapConnection {
   // Sets a password through the Password Modify extended operation, so that
   // the server stores it in its own form.
   bool ChangePassword(const std::string& dn, const std::string& password, std::string& error);
+  // Whether an operation failed: the server may have closed the connection
+  // or lost its state, so the connection is not used again.
+  bool Broken() const { return broken_; }
+  // Whether the server closed the connection or could not be reached.
+  bool Lost() const { return lost_; }
 
  private:
   struct Handle;
@@ -79,6 +84,8 @@ class LdapConnection {
 
   std::unique_ptr<Handle> handle_;
   int timeoutSeconds_;
+  bool broken_ = false;
+  bool lost_ = false;
 };
 
 }  // namespace xo::directory::ldap

@@ -76,9 +76,13 @@ bool LdapProvider::UnderRoot(const std::string& dn) const {
   return rootParsed_ && Dn::Parse(dn, parsed) && parsed.IsUnder(root_);
 }
 
+ConnectOptions LdapProvider::Options() const {
+  return {settings_.server, settings_.EffectiveTimeout(), settings_.secureConnection,
+          settings_.caFile};
+}
+
 std::unique_ptr<LdapConnection> LdapProvider::Connect(std::string& error) const {
-  ConnectOptions options{settings_.server, settings_.EffectiveTimeout(), settings_.secureConnection,
-                         settings_.caFile};
+  const ConnectOptions options = Options();
   const bool named = !settings_.bindUser.empty();
   if (named && settings_.bindPassword.empty() && settings_.requireCredentials) {
     error = "the directory requires credentials, but its account " + settings_.bindUser +
@@ -92,6 +96,12 @@ std::unique_ptr<LdapConnection> LdapProvider::Connect(std::string& error) const 
     return nullptr;
   }
   return connection;
+}
+
+template <class Operation>
+bool LdapProvider::OnConnection(Operation&& operation, std::string& error) {
+  return connection_.Use([this](std::string& failure) { return Connect(failure); }, operation,
+                         error);
 }
 
 bool LdapProvider::FindUserByName(LdapConnection& connection, const std::string& name,
@@ -161,8 +171,6 @@ bool LdapProvider::Enumerate(std::vector<DirEntry>& entries, std::string& error)
 
 bool LdapProvider::EnumerateReportingCut(std::vector<DirEntry>& entries, bool& cut,
                                          std::string& error) {
-  std::unique_ptr<LdapConnection> connection = Connect(error);
-  if (!connection) return false;
   // The root holds the listing but is not part of it (unless the listing is
   // of the root alone). One entry more than the maximum tells that there are
   // more.
@@ -172,20 +180,26 @@ bool LdapProvider::EnumerateReportingCut(std::vector<DirEntry>& entries, bool& c
   std::vector<DirEntry> listed;
   bool more = false;
   bool serverLimited = false;
-  const bool searched = connection->SearchAll(
-      settings_.searchRoot, SearchScope(), kListedEntries, DescribingAttributes(),
-      PageSizeFor(wanted),
-      [&](LdapEntry& hit) {
-        Dn dn;
-        if (skipRoot && Dn::Parse(hit.dn, dn) && dn == root_) return true;
-        if (listed.size() == limit) {
-          more = true;
-          return false;
-        }
-        listed.push_back(Describe(hit));
-        return true;
+  const bool searched = OnConnection(
+      [&](LdapConnection& connection, std::string& failure) {
+        listed.clear();
+        more = false;
+        return connection.SearchAll(
+            settings_.searchRoot, SearchScope(), kListedEntries, DescribingAttributes(),
+            PageSizeFor(wanted),
+            [&](LdapEntry& hit) {
+              Dn dn;
+              if (skipRoot && Dn::Parse(hit.dn, dn) && dn == root_) return true;
+              if (listed.size() == limit) {
+                more = true;
+                return false;
+              }
+              listed.push_back(Describe(hit));
+              return true;
+            },
+            serverLimited, failure);
       },
-      serverLimited, error);
+      error);
   if (!searched) return false;
   cut = more || serverLimited;
   entries.insert(entries.end(), std::make_move_iterator(listed.begin()),
@@ -194,11 +208,21 @@ bool LdapProvider::EnumerateReportingCut(std::vector<DirEntry>& entries, bool& c
 }
 
 bool LdapProvider::Lookup(const std::string& entry, DirEntry& found, std::string& error) {
-  std::unique_ptr<LdapConnection> connection = Connect(error);
   LdapEntry hit;
-  if (!connection || !Find(*connection, entry, {}, hit, error)) return false;
+  if (!FindOnConnection(entry, kAnyKind, {}, hit, error)) return false;
   found = Describe(hit);
   return true;
+}
+
+bool LdapProvider::FindOnConnection(const std::string& entry, int32_t kind,
+                                    const std::vector<std::string>& extra, LdapEntry& found,
+                                    std::string& error) {
+  return OnConnection(
+      [&](LdapConnection& connection, std::string& failure) {
+        return kind == kAnyKind ? Find(connection, entry, extra, found, failure)
+                                : FindKind(connection, entry, kind, extra, found, failure);
+      },
+      error);
 }
 
 bool LdapProvider::Authenticate(const std::string& user, const std::string& password,
@@ -207,19 +231,26 @@ bool LdapProvider::Authenticate(const std::string& user, const std::string& pass
     error = "an empty password is never accepted";
     return false;
   }
-  std::unique_ptr<LdapConnection> connection = Connect(error);
   LdapEntry hit;
-  if (!connection || !FindKind(*connection, user, XoDs_User, {}, hit, error)) return false;
-  return connection->Bind(hit.dn, password, error);
+  if (!FindOnConnection(user, XoDs_User, {}, hit, error)) return false;
+  // The user's bind goes over a connection of its own, which is closed
+  // afterwards: the kept one stays bound as the directory's account.
+  std::unique_ptr<LdapConnection> connection = LdapConnection::Open(Options(), error);
+  return connection && connection->Bind(hit.dn, password, error);
 }
 
 bool LdapProvider::SetPassword(const std::string& user, const std::string& password,
                                std::string& error) {
-  std::unique_ptr<LdapConnection> connection = Connect(error);
-  LdapEntry hit;
-  if (!connection || !FindKind(*connection, user, XoDs_User, {}, hit, error)) return false;
-  if (settings_.passwordAttr.empty()) return connection->ChangePassword(hit.dn, password, error);
-  return connection->Replace(hit.dn, settings_.passwordAttr, {password}, error);
+  return OnConnection(
+      [&](LdapConnection& connection, std::string& failure) {
+        LdapEntry hit;
+        if (!FindKind(connection, user, XoDs_User, {}, hit, failure)) return false;
+        if (settings_.passwordAttr.empty()) {
+          return connection.ChangePassword(hit.dn, password, failure);
+        }
+        return connection.Replace(hit.dn, settings_.passwordAttr, {password}, failure);
+      },
+      error);
 }
 
 bool LdapProvider::GetDisabled(const std::string& user, int32_t& reason, std::string& error) {
@@ -227,12 +258,8 @@ bool LdapProvider::GetDisabled(const std::string& user, int32_t& reason, std::st
     error = "the directory names no attribute for the disabled state";
     return false;
   }
-  std::unique_ptr<LdapConnection> connection = Connect(error);
   LdapEntry hit;
-  if (!connection ||
-      !FindKind(*connection, user, XoDs_User, {settings_.disabledAttr}, hit, error)) {
-    return false;
-  }
+  if (!FindOnConnection(user, XoDs_User, {settings_.disabledAttr}, hit, error)) return false;
   const std::string value = hit.First(settings_.disabledAttr);
   if (value.empty()) {
     reason = 0;
@@ -250,47 +277,52 @@ bool LdapProvider::SetDisabled(const std::string& user, int32_t reason, std::str
     error = "the directory names no attribute for the disabled state";
     return false;
   }
-  std::unique_ptr<LdapConnection> connection = Connect(error);
-  LdapEntry hit;
-  if (!connection || !FindKind(*connection, user, XoDs_User, {}, hit, error)) return false;
   std::vector<std::string> values;
   if (reason != 0) values.push_back(std::to_string(reason));
-  return connection->Replace(hit.dn, settings_.disabledAttr, values, error);
+  return OnConnection(
+      [&](LdapConnection& connection, std::string& failure) {
+        LdapEntry hit;
+        return FindKind(connection, user, XoDs_User, {}, hit, failure) &&
+               connection.Replace(hit.dn, settings_.disabledAttr, values, failure);
+      },
+      error);
 }
 
 bool LdapProvider::GroupsOf(const std::string& user, std::vector<std::string>& groups,
                             std::string& error) {
-  std::unique_ptr<LdapConnection> connection = Connect(error);
-  LdapEntry hit;
-  if (!connection || !FindKind(*connection, user, XoDs_User, {}, hit, error)) return false;
-  const std::string dn = EscapeFilterValue(hit.dn);
-  std::string filter = "(|(member=" + dn + ")(uniqueMember=" + dn + ")";
-  for (const std::string& uid : hit.Values("uid")) {
-    filter += "(memberUid=" + EscapeFilterValue(uid) + ")";
-  }
-  filter += ")";
   const size_t limit = MaxResults();
   std::vector<std::string> found;
-  bool serverLimited = false;
-  if (!connection->SearchAll(
-          settings_.searchRoot, SearchScope(), filter, {"1.1"}, PageSizeFor(limit),
-          [&](LdapEntry& group) {
-            found.push_back(std::move(group.dn));
-            return found.size() < limit;
-          },
-          serverLimited, error)) {
-    return false;
-  }
+  const bool searched = OnConnection(
+      [&](LdapConnection& connection, std::string& failure) {
+        found.clear();
+        LdapEntry hit;
+        if (!FindKind(connection, user, XoDs_User, {}, hit, failure)) return false;
+        const std::string dn = EscapeFilterValue(hit.dn);
+        std::string filter = "(|(member=" + dn + ")(uniqueMember=" + dn + ")";
+        for (const std::string& uid : hit.Values("uid")) {
+          filter += "(memberUid=" + EscapeFilterValue(uid) + ")";
+        }
+        filter += ")";
+        bool serverLimited = false;
+        return connection.SearchAll(
+            settings_.searchRoot, SearchScope(), filter, {"1.1"}, PageSizeFor(limit),
+            [&](LdapEntry& group) {
+              found.push_back(std::move(group.dn));
+              return found.size() < limit;
+            },
+            serverLimited, failure);
+      },
+      error);
+  if (!searched) return false;
   groups.insert(groups.end(), found.begin(), found.end());
   return true;
 }
 
 bool LdapProvider::MembersOf(const std::string& group, std::vector<std::string>& members,
                              std::string& error) {
-  std::unique_ptr<LdapConnection> connection = Connect(error);
   LdapEntry hit;
-  if (!connection || !FindKind(*connection, group, XoDs_UserGroup,
-                               {"member", "uniqueMember", "memberUid"}, hit, error)) {
+  if (!FindOnConnection(group, XoDs_UserGroup, {"member", "uniqueMember", "memberUid"}, hit,
+                        error)) {
     return false;
   }
   const size_t limit = MaxResults();
@@ -307,7 +339,12 @@ bool LdapProvider::MembersOf(const std::string& group, std::vector<std::string>&
     if (found.size() == limit) break;
     LdapEntry member;
     std::string ignored;
-    if (FindUserByName(*connection, uid, {"1.1"}, member, ignored)) found.push_back(member.dn);
+    const bool named = OnConnection(
+        [&](LdapConnection& connection, std::string& failure) {
+          return FindUserByName(connection, uid, {"1.1"}, member, failure);
+        },
+        ignored);
+    if (named) found.push_back(member.dn);
   }
   members.insert(members.end(), found.begin(), found.end());
   return true;

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "KeptConnection.h"
 #include "Provider.h"
 #include "ldap/DistinguishedName.h"
 #include "ldap/LdapConnection.h"
@@ -15,7 +16,8 @@ namespace xo::directory::ldap {
 // by a DN outside it is refused, and the members of a group are given only
 // where they lie under it. Listings and group look-ups page through the
 // server's answers, so that they end only at the directory's maximum number
-// of results.
+// of results. The provider keeps its connection, bound as the directory's
+// account, from one operation to the next.
 class LdapProvider : public Provider {
  public:
   explicit LdapProvider(Settings settings);
@@ -40,6 +42,15 @@ class LdapProvider : public Provider {
   // the directory names none (or names one without a password and does not
   // require credentials).
   std::unique_ptr<LdapConnection> Connect(std::string& error) const;
+  ConnectOptions Options() const;
+  // Runs `operation` (LdapConnection&, error) -> bool on the kept connection.
+  template <class Operation>
+  bool OnConnection(Operation&& operation, std::string& error);
+  // Find (or FindKind, unless `kind` is kAnyKind) on the kept connection.
+  static constexpr int32_t kAnyKind = -1;
+  bool FindOnConnection(const std::string& entry, int32_t kind,
+                        const std::vector<std::string>& extra, LdapEntry& found,
+                        std::string& error);
   // An entry by its DN, or else a user by name through the lookup filter,
   // with the attributes that name its kind and display name and `extra`.
   bool Find(LdapConnection& connection, const std::string& entry,
@@ -59,6 +70,7 @@ class LdapProvider : public Provider {
   Settings settings_;
   bool rootParsed_ = false;
   Dn root_;
+  KeptConnection<LdapConnection> connection_;
 };
 
 }  // namespace xo::directory::ldap

@@ -38,13 +38,6 @@ bool Check(SQLRETURN result, SQLSMALLINT type, SQLHANDLE handle, const char* wha
 
 SQLPOINTER AsPointer(intptr_t value) { return reinterpret_cast<SQLPOINTER>(value); }
 
-struct Statement {
-  SQLHSTMT handle = SQL_NULL_HSTMT;
-  ~Statement() {
-    if (handle != SQL_NULL_HSTMT) SQLFreeHandle(SQL_HANDLE_STMT, handle);
-  }
-};
-
 bool ReadColumn(SQLHSTMT stmt, SQLUSMALLINT column, std::optional<std::string>& value,
                 std::string& error) {
   char buffer[1024];
@@ -68,27 +61,28 @@ bool ReadColumn(SQLHSTMT stmt, SQLUSMALLINT column, std::optional<std::string>& 
   return true;
 }
 
-bool RunStatement(SQLHSTMT stmt, int timeoutSeconds, const std::string& sql,
-                  const std::vector<OdbcParam>& params, int maxRows, std::vector<OdbcRow>& rows,
-                  std::string& error, int64_t* affected) {
-  SQLSetStmtAttr(stmt, SQL_ATTR_QUERY_TIMEOUT, AsPointer(timeoutSeconds), 0);
-  if (maxRows > 0) SQLSetStmtAttr(stmt, SQL_ATTR_MAX_ROWS, AsPointer(maxRows), 0);
-  std::string text = sql;
-  if (!Check(SQLPrepare(stmt, reinterpret_cast<SQLCHAR*>(text.data()),
-                        static_cast<SQLINTEGER>(text.size())),
-             SQL_HANDLE_STMT, stmt, "preparing the query", error)) {
-    return false;
+// Closes the statement's cursor and forgets its parameters when a run
+// ends, so that a kept statement holds no read transaction open between
+// runs.
+struct EndOfRun {
+  SQLHSTMT stmt;
+  ~EndOfRun() {
+    SQLFreeStmt(stmt, SQL_CLOSE);
+    SQLFreeStmt(stmt, SQL_RESET_PARAMS);
   }
-  SQLSMALLINT markers = 0;
-  if (!Check(SQLNumParams(stmt, &markers), SQL_HANDLE_STMT, stmt, "counting the query's parameters",
-             error)) {
-    return false;
-  }
+};
+
+bool Execute(SQLHSTMT stmt, SQLSMALLINT markers, const std::vector<OdbcParam>& params, int maxRows,
+             std::vector<OdbcRow>& rows, std::string& error, int64_t* affected) {
   if (static_cast<size_t>(markers) != params.size()) {
     error = "the query has " + std::to_string(markers) + " parameter markers where " +
             std::to_string(params.size()) + " are expected";
     return false;
   }
+  // The row limit is kept by reading no further, not by SQL_ATTR_MAX_ROWS:
+  // the SQLite driver leaves a statement that stopped at that limit holding
+  // its read lock, and loses rows when it runs again.
+  EndOfRun end{stmt};
   // Bound buffers must stay in place until the statement has run.
   std::vector<SQLLEN> lengths(params.size());
   for (size_t i = 0; i < params.size(); ++i) {
@@ -181,14 +175,48 @@ OdbcConnection::OdbcConnection(std::unique_ptr<Handles> handles, int timeoutSeco
 
 OdbcConnection::~OdbcConnection() = default;
 
+// A statement prepared on the connection, with the number of its markers.
+struct OdbcConnection::Prepared {
+  SQLHSTMT handle = SQL_NULL_HSTMT;
+  SQLSMALLINT markers = 0;
+  ~Prepared() {
+    if (handle != SQL_NULL_HSTMT) SQLFreeHandle(SQL_HANDLE_STMT, handle);
+  }
+};
+
+OdbcConnection::Prepared* OdbcConnection::Prepare(const std::string& sql, std::string& error) {
+  if (auto kept = prepared_.find(sql); kept != prepared_.end()) return kept->second.get();
+  auto stmt = std::make_unique<Prepared>();
+  if (!Check(SQLAllocHandle(SQL_HANDLE_STMT, handles_->dbc, &stmt->handle), SQL_HANDLE_DBC,
+             handles_->dbc, "preparing a statement", error)) {
+    return nullptr;
+  }
+  SQLSetStmtAttr(stmt->handle, SQL_ATTR_QUERY_TIMEOUT, AsPointer(timeoutSeconds_), 0);
+  std::string text = sql;
+  if (!Check(SQLPrepare(stmt->handle, reinterpret_cast<SQLCHAR*>(text.data()),
+                        static_cast<SQLINTEGER>(text.size())),
+             SQL_HANDLE_STMT, stmt->handle, "preparing the query", error) ||
+      !Check(SQLNumParams(stmt->handle, &stmt->markers), SQL_HANDLE_STMT, stmt->handle,
+             "counting the query's parameters", error)) {
+    return nullptr;
+  }
+  return prepared_.emplace(sql, std::move(stmt)).first->second.get();
+}
+
 bool OdbcConnection::Run(const std::string& sql, const std::vector<OdbcParam>& params, int maxRows,
                          std::vector<OdbcRow>& rows, std::string& error, int64_t* affected) {
-  Statement stmt;
-  if (!Check(SQLAllocHandle(SQL_HANDLE_STMT, handles_->dbc, &stmt.handle), SQL_HANDLE_DBC,
-             handles_->dbc, "preparing a statement", error)) {
+  Prepared* stmt = Prepare(sql, error);
+  if (stmt == nullptr ||
+      !Execute(stmt->handle, stmt->markers, params, maxRows, rows, error, affected)) {
+    broken_ = true;
+    // A driver that cannot tell leaves the connection taken for alive.
+    SQLUINTEGER dead = SQL_CD_FALSE;
+    lost_ = SQL_SUCCEEDED(
+                SQLGetConnectAttr(handles_->dbc, SQL_ATTR_CONNECTION_DEAD, &dead, 0, nullptr)) &&
+            dead == SQL_CD_TRUE;
     return false;
   }
-  return RunStatement(stmt.handle, timeoutSeconds_, sql, params, maxRows, rows, error, affected);
+  return true;
 }
 
 }  // namespace xo::directory::odbc

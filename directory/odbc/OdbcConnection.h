@@ -1,8 +1,10 @@
 // One connection to a database through the ODBC API. This file and its .cpp
-// are the only ones that speak that API.
+// are the only ones that speak that API. Each statement text is prepared once
+// and kept with the connection, for the connection's later runs of it.
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -32,13 +34,23 @@ class OdbcConnection {
   // sets `affected` when given.
   bool Run(const std::string& sql, const std::vector<OdbcParam>& params, int maxRows,
            std::vector<OdbcRow>& rows, std::string& error, int64_t* affected = nullptr);
+  // Whether a run failed: the database may be gone, so the connection is
+  // not used again.
+  bool Broken() const { return broken_; }
+  // Whether the driver tells that the connection is dead.
+  bool Lost() const { return lost_; }
 
  private:
   struct Handles;
+  struct Prepared;
   OdbcConnection(std::unique_ptr<Handles> handles, int timeoutSeconds);
+  Prepared* Prepare(const std::string& sql, std::string& error);
 
   std::unique_ptr<Handles> handles_;
   int timeoutSeconds_;
+  std::map<std::string, std::unique_ptr<Prepared>> prepared_;
+  bool broken_ = false;
+  bool lost_ = false;
 };
 
 }  // namespace xo::directory::odbc

@@ -163,15 +163,26 @@ bool OdbcProvider::Enumerate(std::vector<DirEntry>& entries, std::string& error)
   return EnumerateReportingCut(entries, cut, error);
 }
 
+template <class Operation>
+bool OdbcProvider::OnConnection(Operation&& operation, std::string& error) {
+  return connection_.Use([this](std::string& failure) { return Connect(failure); }, operation,
+                         error);
+}
+
 // One row more than the maximum is read, to tell whether the maximum cut
 // the listing.
 bool OdbcProvider::EnumerateReportingCut(std::vector<DirEntry>& entries, bool& cut,
                                          std::string& error) {
-  std::unique_ptr<OdbcConnection> connection = Connect(error);
   std::vector<OdbcRow> rows;
   const int max = settings_.maxResults;
   const int limit = max <= 0 ? 0 : max == std::numeric_limits<int>::max() ? max : max + 1;
-  if (!connection || !Run(*connection, kEnumerate, {}, rows, error, limit)) return false;
+  const bool read = OnConnection(
+      [&](OdbcConnection& connection, std::string& failure) {
+        rows.clear();
+        return Run(connection, kEnumerate, {}, rows, failure, limit);
+      },
+      error);
+  if (!read) return false;
   cut = settings_.maxResults > 0 && rows.size() > static_cast<size_t>(settings_.maxResults);
   if (cut) rows.resize(static_cast<size_t>(settings_.maxResults));
   entries.reserve(rows.size());
@@ -185,8 +196,9 @@ bool OdbcProvider::EnumerateReportingCut(std::vector<DirEntry>& entries, bool& c
 }
 
 bool OdbcProvider::Lookup(const std::string& entry, DirEntry& found, std::string& error) {
-  std::unique_ptr<OdbcConnection> connection = Connect(error);
-  return connection && Find(*connection, entry, found, error);
+  return OnConnection([&](OdbcConnection& connection,
+                          std::string& failure) { return Find(connection, entry, found, failure); },
+                      error);
 }
 
 bool OdbcProvider::Authenticate(const std::string& user, const std::string& password,
@@ -195,20 +207,28 @@ bool OdbcProvider::Authenticate(const std::string& user, const std::string& pass
     error = "an empty password is never accepted";
     return false;
   }
-  std::unique_ptr<OdbcConnection> connection = Connect(error);
+  return OnConnection(
+      [&](OdbcConnection& connection, std::string& failure) {
+        return CheckPassword(connection, user, password, failure);
+      },
+      error);
+}
+
+bool OdbcProvider::CheckPassword(OdbcConnection& connection, const std::string& user,
+                                 const std::string& password, std::string& error) const {
   DirEntry found;
-  if (!connection || !FindKind(*connection, user, XoDs_User, found, error)) return false;
+  if (!FindKind(connection, user, XoDs_User, found, error)) return false;
   // Fails closed: only one row, holding the whole number 1 (or the stored
   // password, when there is no authenticate query), lets a user in. Two
   // rows, an empty or NULL answer, "2", "yes" or "true" refuse.
   std::vector<OdbcRow> rows;
   bool accepted = false;
   if (HasQuery(kAuthenticate) || !HasQuery(kGetPassword)) {
-    if (!Run(*connection, kAuthenticate, {found.path, password}, rows, error, 2)) return false;
+    if (!Run(connection, kAuthenticate, {found.path, password}, rows, error, 2)) return false;
     int32_t answer = 0;
     accepted = rows.size() == 1 && ParseInteger(Column(rows.front(), 0), answer) && answer == 1;
   } else {
-    if (!Run(*connection, kGetPassword, {found.path}, rows, error, 2)) return false;
+    if (!Run(connection, kGetPassword, {found.path}, rows, error, 2)) return false;
     accepted = rows.size() == 1 && SameSecret(password, Column(rows.front(), 0));
   }
   if (!accepted) error = "wrong password for " + found.path;
@@ -217,20 +237,37 @@ bool OdbcProvider::Authenticate(const std::string& user, const std::string& pass
 
 bool OdbcProvider::SetPassword(const std::string& user, const std::string& password,
                                std::string& error) {
-  std::unique_ptr<OdbcConnection> connection = Connect(error);
-  DirEntry found;
-  return connection && FindKind(*connection, user, XoDs_User, found, error) &&
-         Change(*connection, kSetPassword, {password, found.path}, error);
+  return ChangeUser(user, kSetPassword, {password}, error);
+}
+
+bool OdbcProvider::SetDisabled(const std::string& user, int32_t reason, std::string& error) {
+  return ChangeUser(user, kSetDisabled, {reason}, error);
+}
+
+bool OdbcProvider::ChangeUser(const std::string& user, OdbcQuery query,
+                              std::vector<OdbcParam> params, std::string& error) {
+  return OnConnection(
+      [&](OdbcConnection& connection, std::string& failure) {
+        DirEntry found;
+        if (!FindKind(connection, user, XoDs_User, found, failure)) return false;
+        std::vector<OdbcParam> withKey = params;
+        withKey.push_back(found.path);
+        return Change(connection, query, withKey, failure);
+      },
+      error);
 }
 
 bool OdbcProvider::GetDisabled(const std::string& user, int32_t& reason, std::string& error) {
-  std::unique_ptr<OdbcConnection> connection = Connect(error);
   DirEntry found;
   std::vector<OdbcRow> rows;
-  if (!connection || !FindKind(*connection, user, XoDs_User, found, error) ||
-      !Run(*connection, kGetDisabled, {found.path}, rows, error, 1)) {
-    return false;
-  }
+  const bool read = OnConnection(
+      [&](OdbcConnection& connection, std::string& failure) {
+        rows.clear();
+        return FindKind(connection, user, XoDs_User, found, failure) &&
+               Run(connection, kGetDisabled, {found.path}, rows, failure, 1);
+      },
+      error);
+  if (!read) return false;
   const std::string value = rows.empty() ? "" : Column(rows.front(), 0);
   if (value.empty()) {
     reason = 0;
@@ -243,27 +280,29 @@ bool OdbcProvider::GetDisabled(const std::string& user, int32_t& reason, std::st
   return true;
 }
 
-bool OdbcProvider::SetDisabled(const std::string& user, int32_t reason, std::string& error) {
-  std::unique_ptr<OdbcConnection> connection = Connect(error);
-  DirEntry found;
-  return connection && FindKind(*connection, user, XoDs_User, found, error) &&
-         Change(*connection, kSetDisabled, {reason, found.path}, error);
-}
-
 bool OdbcProvider::GroupsOf(const std::string& user, std::vector<std::string>& groups,
                             std::string& error) {
-  std::unique_ptr<OdbcConnection> connection = Connect(error);
-  DirEntry found;
-  return connection && FindKind(*connection, user, XoDs_User, found, error) &&
-         Keys(*connection, kGroupsOfUser, found.path, groups, error);
+  return RelatedKeys(user, XoDs_User, kGroupsOfUser, groups, error);
 }
 
 bool OdbcProvider::MembersOf(const std::string& group, std::vector<std::string>& members,
                              std::string& error) {
-  std::unique_ptr<OdbcConnection> connection = Connect(error);
-  DirEntry found;
-  return connection && FindKind(*connection, group, XoDs_UserGroup, found, error) &&
-         Keys(*connection, kMembersOfGroup, found.path, members, error);
+  return RelatedKeys(group, XoDs_UserGroup, kMembersOfGroup, members, error);
+}
+
+bool OdbcProvider::RelatedKeys(const std::string& entry, int32_t kind, OdbcQuery query,
+                               std::vector<std::string>& keys, std::string& error) {
+  std::vector<std::string> found;
+  const bool read = OnConnection(
+      [&](OdbcConnection& connection, std::string& failure) {
+        found.clear();
+        DirEntry hit;
+        return FindKind(connection, entry, kind, hit, failure) &&
+               Keys(connection, query, hit.path, found, failure);
+      },
+      error);
+  if (read) keys.insert(keys.end(), found.begin(), found.end());
+  return read;
 }
 
 }  // namespace xo::directory::odbc

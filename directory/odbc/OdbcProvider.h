@@ -1,5 +1,7 @@
 // User directories kept in a database, reached through ODBC and searched
-// with the queries of the directory's query scheme (see OdbcQueries.h).
+// with the queries of the directory's query scheme (see OdbcQueries.h). The
+// provider keeps its connection, with the queries prepared on it, from one
+// operation to the next.
 #pragma once
 
 #include <array>
@@ -7,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "KeptConnection.h"
 #include "Provider.h"
 #include "odbc/OdbcConnection.h"
 #include "odbc/OdbcQueries.h"
@@ -34,6 +37,17 @@ class OdbcProvider : public Provider {
 
  private:
   std::unique_ptr<OdbcConnection> Connect(std::string& error) const;
+  // Runs `operation` (OdbcConnection&, error) -> bool on the kept connection.
+  template <class Operation>
+  bool OnConnection(Operation&& operation, std::string& error);
+  bool CheckPassword(OdbcConnection& connection, const std::string& user,
+                     const std::string& password, std::string& error) const;
+  // Runs an UPDATE on a user: `params`, then the user's key.
+  bool ChangeUser(const std::string& user, OdbcQuery query, std::vector<OdbcParam> params,
+                  std::string& error);
+  // The keys that `query` gives for an entry of the given kind.
+  bool RelatedKeys(const std::string& entry, int32_t kind, OdbcQuery query,
+                   std::vector<std::string>& keys, std::string& error);
   bool HasQuery(OdbcQuery query) const;
   bool Run(OdbcConnection& connection, OdbcQuery query, const std::vector<OdbcParam>& params,
            std::vector<OdbcRow>& rows, std::string& error, int maxRows = 0,
@@ -51,6 +65,7 @@ class OdbcProvider : public Provider {
 
   Settings settings_;
   std::array<std::string, kLastUsedQuery + 1> queries_;  // by query number; 0 unused
+  KeptConnection<OdbcConnection> connection_;
 };
 
 }  // namespace xo::directory::odbc

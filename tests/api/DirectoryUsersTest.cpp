@@ -1,6 +1,10 @@
 // What a user directory holds and the state of its users, against an SQLite
 // users database reached through ODBC ("hr", which the domain "own" searches)
-// and a real slapd; and which administrators may change those users.
+// and a real slapd; which administrators may change those users; and how a
+// session keeps its connection to a directory.
+#include <functional>
+
+#include "KeptConnection.h"
 #include "support/ApiTest.h"
 #include "support/DirectoryFixtures.h"
 #include "support/Records.h"
@@ -16,7 +20,8 @@ class DirectoryUsersTest : public ApiTest {
     CXoObjODBCQuery queries = odbc_.QueryScheme();
     CXoObjUserDirectory directory = odbc_.Directory(Store().Save(queries), "hr");
     hr_ = Store().Save(directory);
-    for (const char* domain : {"own", "other"}) Store().Domain(domain);
+    own_ = Store().Domain("own");
+    Store().Domain("other");
     ASSERT_EQ(Xo_PolicyApi_AddUserDirToDomain(handle_, "hr", "own"), 0);
     dana_ = LoginAs("dana", XO_ADMIN_DOMAIN);
     ASSERT_EQ(Xo_PolicyApi_AddAdminToDomain(handle_, "dana", "own"), 0);
@@ -38,6 +43,7 @@ class DirectoryUsersTest : public ApiTest {
 
   OdbcUsers odbc_;
   CXoObjId hr_;
+  CXoObjId own_;
   PolicyApiSession* dana_ = nullptr;  // an administrator of "own"
   const std::vector<int32_t> refused_ = {-1, -1, -1}, allowed_ = {0, 0, 0};
 };
@@ -106,6 +112,102 @@ TEST_F(DirectoryUsersTest, RightsAreAskedAtEachCallAndNeverOverOneWithMoreRights
   // With such an administrator on the directory, a user the directory cannot
   // find is refused rather than guessed about.
   EXPECT_EQ(Changes(dana_, "users/nobody"), refused_);
+}
+
+// Each step: what changes before the call, the call, its result, and how
+// many connections to directories were opened for it.
+struct ConnectionStep {
+  const char* what;
+  std::function<void()> change;
+  std::function<int32_t()> call;
+  int32_t result;
+  uint32_t opened;
+};
+
+void RunSteps(const std::vector<ConnectionStep>& steps) {
+  for (const ConnectionStep& step : steps) {
+    if (step.change) step.change();
+    const uint32_t before = xo::directory::ConnectionsOpened();
+    EXPECT_EQ(step.call(), step.result) << step.what;
+    EXPECT_EQ(xo::directory::ConnectionsOpened() - before, step.opened) << step.what;
+  }
+}
+
+// A session opens a directory's connection once and reuses it in its later
+// calls, until the directory's settings or queries change, the connection
+// fails (when its server closed it, the call is tried once more on a new
+// one), or the session ends.
+TEST_F(DirectoryUsersTest, ASessionReusesItsDirectoryConnectionUntilItChangesFailsOrLogsOut) {
+  Store().Policy(own_, "staff");
+  auto attach = [&](PolicyApiSession* h, const char* directory, const char* entry) {
+    return Xo_PolicyApi_AddUsersToPolicy(h, "own", "staff", directory, entry,
+                                         Xo_PolicyResolution_User);
+  };
+  auto hr = [&](const char* entry) {
+    return [this, attach, entry] { return attach(handle_, "hr", entry); };
+  };
+  const std::string view = odbc_.QueryText("SELECT sql FROM sqlite_master WHERE name = 'entries'");
+  CXoObjUserDirectory directory;
+  CXoObjODBCQuery queries;
+  ASSERT_TRUE(Store().Load(hr_, directory));
+  ASSERT_TRUE(Store().Load(directory.GetQuerySchemeOid(), queries));
+  const CXoObjODBCQuery original = queries;
+  auto save = [&](CXoObjBase& object) {
+    ASSERT_GE(CXoObjStore::Save(object, true, Store().Sid()), 0);
+  };
+  OdbcUsers second;
+  second.Exec("DELETE FROM users WHERE name = 'alice'");
+  RunSteps({
+      {"first call", nullptr, hr("users/alice"), 0, 1},
+      {"again", nullptr, hr("users/bob"), 0, 0},
+      {"a user's state", nullptr,
+       [&] { return Xo_PolicyApi_SetPassword(handle_, "hr", "users/bob", "pw", nullptr); }, 0, 0},
+      {"contents", nullptr,
+       [&] {
+         UserEntryRecord* list = nullptr;
+         Xo_PolicyApi_GetDirectoryContents(handle_, "hr", &list);
+         return static_cast<int32_t>(Collect(list).size());
+       },
+       5, 0},
+      {"another session", nullptr, [&] { return attach(dana_, "hr", "users/bob"); }, 0, 1},
+      {"queries fail", [&] { odbc_.Exec("DROP VIEW entries"); }, hr("users/alice"), -1, 0},
+      {"they work again", [&] { odbc_.Exec(view); }, hr("users/alice"), 0, 1},
+      {"a query changed",
+       [&] {
+         queries.Set(CXoObjODBCQuery::Query1 + 1, std::string("SELECT key, display FROM entries "
+                                                              "WHERE key = ? AND kind = 2"));
+         save(queries);
+       },
+       hr("users/alice"), -1, 1},
+      {"as it was", [&] { save(queries = original); }, hr("users/alice"), 0, 1},
+      {"another database",
+       [&] {
+         directory.Set(CXoObjUserDirectory::String1, second.ConnectionString());
+         save(directory);
+       },
+       hr("users/bob"), 0, 1},
+      {"its users", nullptr, hr("users/alice"), -1, 0},
+      {"logged in again",
+       [&] {
+         const uint32_t kept = xo::directory::ConnectionsKept();
+         ASSERT_EQ(Xo_PolicyApi_Logout(handle_), 0);
+         EXPECT_EQ(xo::directory::ConnectionsKept(), kept - 1);
+         ASSERT_EQ(Login(kAdmin, kPassword, &handle_), 0);
+       },
+       hr("users/bob"), 0, 1},
+  });
+  if (!LdapFixtureAvailable()) GTEST_SKIP() << "no LDAP server here";
+  LdapServer server;
+  CXoObjUserDirectory people = server.Directory("people");
+  Store().Save(people);
+  auto ldap = [&] { return attach(handle_, "people", "alice"); };
+  RunSteps({
+      {"bound once", nullptr, ldap, 0, 1},
+      {"again", nullptr, ldap, 0, 0},
+      {"server restarted", [&] { server.Restart(); }, ldap, 0, 1},
+      {"server down", [&] { server.Kill(); }, ldap, -1, 0},
+      {"server back", [&] { server.Restart(); }, ldap, 0, 1},
+  });
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "support/ApiTest.h"
 
+#include "KeptConnection.h"
 #include "StoreBackend.h"
 #include "XoStoreCodes.h"
 #include "frame/Memory.h"
@@ -50,6 +51,7 @@ void ApiTest::TearDown() {
   handles_.clear();
   store_.reset();
   EXPECT_EQ(xo::store::CurrentBackend(), nullptr) << "a test left the store open";
+  EXPECT_EQ(xo::directory::ConnectionsKept(), 0u) << "a directory connection outlived its session";
   RemoveFaultyBackend();
   DropTestStore(storePath_);
   RemoveDirectory(directory_);

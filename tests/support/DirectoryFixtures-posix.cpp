@@ -1,5 +1,6 @@
 // The test's own slapd, run from a shell script as a child process.
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <netinet/in.h>
 #include <signal.h>
 #include <spawn.h>
@@ -40,6 +41,22 @@ int Port(int port, bool connect = false) {
 // The test data beside the directory tests.
 std::string DataFile(const std::string& name) { return TestDataPath("directory/" + name); }
 
+// Waits up to a minute for slapd to listen on its ports; `pid` becomes -1
+// when it ends (or is killed for taking too long).
+void AwaitListening(pid_t& pid, int port, int ldapsPort) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+  while (pid > 0 && !(Port(port, true) && (ldapsPort == 0 || Port(ldapsPort, true)))) {
+    if (waitpid(pid, nullptr, WNOHANG) != 0) {
+      pid = -1;  // slapd ended
+    } else if (std::chrono::steady_clock::now() > deadline) {
+      kill(pid, SIGKILL);
+      waitpid(pid, nullptr, 0);
+      pid = -1;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+}
+
 }  // namespace
 
 bool LdapFixtureAvailable() { return true; }
@@ -60,15 +77,7 @@ LdapServer::LdapServer(int extraUsers, LdapTls tls) : scratch_(MakeScratchDirect
     const char* argv[] = {"/bin/bash",     args[0].c_str(), args[1].c_str(), args[2].c_str(),
                           args[3].c_str(), args[4].c_str(), nullptr};
     posix_spawn(&pid_, argv[0], nullptr, nullptr, const_cast<char**>(argv), environ);
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    while (pid_ > 0 && !(Port(port, true) && (ldapsPort == 0 || Port(ldapsPort, true)))) {
-      if (waitpid(pid_, nullptr, WNOHANG) != 0) {
-        pid_ = -1;  // slapd ended
-      } else if (std::chrono::steady_clock::now() > deadline) {
-        Kill();
-      }
-      std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
+    AwaitListening(pid_, port, ldapsPort);
   }
   if (pid_ < 0) {
     std::stringstream log;
@@ -78,6 +87,34 @@ LdapServer::LdapServer(int extraUsers, LdapTls tls) : scratch_(MakeScratchDirect
   }
   uri_ = "ldap://127.0.0.1:" + std::to_string(port) + "/";
   if (ldapsPort != 0) ldapsUri_ = "ldaps://127.0.0.1:" + std::to_string(ldapsPort) + "/";
+  ports_ = {port, ldapsPort};
+}
+
+// slapd again, on the configuration and database that the script made.
+void LdapServer::Restart() {
+  Kill();
+  const std::string config = work_ + "/slapd.conf";
+  const std::string listeners = ldapsUri_.empty() ? uri_ : uri_ + " " + ldapsUri_;
+  const std::string log = work_ + ".log";
+  const char* argv[] = {"/usr/bin/setpriv",
+                        "--pdeathsig",
+                        "KILL",
+                        "/usr/sbin/slapd",
+                        "-f",
+                        config.c_str(),
+                        "-h",
+                        listeners.c_str(),
+                        "-d",
+                        "0",
+                        nullptr};
+  posix_spawn_file_actions_t output;
+  posix_spawn_file_actions_init(&output);
+  posix_spawn_file_actions_addopen(&output, 1, log.c_str(), O_WRONLY | O_APPEND | O_CREAT, 0644);
+  posix_spawn_file_actions_adddup2(&output, 1, 2);
+  posix_spawn(&pid_, argv[0], &output, nullptr, const_cast<char**>(argv), environ);
+  posix_spawn_file_actions_destroy(&output);
+  AwaitListening(pid_, ports_[0], ports_[1]);
+  if (pid_ < 0) throw std::runtime_error("slapd did not start again; see " + log);
 }
 
 LdapServer::~LdapServer() {

@@ -35,6 +35,8 @@ void LdapServer::Freeze() {}
 
 void LdapServer::Kill() {}
 
+void LdapServer::Restart() {}
+
 int ClosedPort() { throw std::runtime_error("the Windows tests have no LDAP server"); }
 
 }  // namespace xo::test

@@ -56,6 +56,9 @@ class LdapServer {
   void Freeze();
   // Kills slapd at once.
   void Kill();
+  // Kills slapd and starts it again on the same ports, with the data it
+  // held.
+  void Restart();
 
   // A user directory for this server, not saved: bound as the administrator,
   // searching the whole suffix, users looked up by uid, the disabled reason
@@ -73,6 +76,7 @@ class LdapServer {
   std::string work_;
   std::string uri_;
   std::string ldapsUri_;
+  std::array<int, 2> ports_{};  // ldap://, ldaps:// (0 for none)
   int pid_ = -1;
 };
 

@@ -96,6 +96,9 @@ class Runner {
             {"XO_ADMIN", "root"},
             {"XO_PASSWORD", "pw"},
             {"XDG_CONFIG_HOME", vars_["DIR"] + "/config"}};
+#ifdef _WIN32
+    env["LOCALAPPDATA"] = vars_["DIR"] + "/config";  // where kept sessions go
+#endif
     for (; !words.empty() && words[0].starts_with("~"); words.erase(words.begin())) {
       env[words[0].substr(1)] = std::nullopt;
     }

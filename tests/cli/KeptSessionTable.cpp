@@ -50,7 +50,7 @@ const Case kCases[] = {
     ~XO_PASSWORD login --password-stdin --json > KEPT /file | < pw\n
     ~XO_PASSWORD login --store @OTHER --password-stdin --json > OTHERKEPT /file | < pw\n
     $copy @KEPT @OTHERKEPT
-    ~XO_PASSWORD domain list --store @OTHER => 4 | keeps a session for | @STORE
+    ~XO_PASSWORD domain list --store @OTHER => 4 | keeps a session for | policy.db, not for
     ~XO_PASSWORD domain list)"},
     {"AStoreMadeBeforeKeptSessionsIsUpgradedWhenOpened", R"(
     $sql DROP TABLE xo_kept_session

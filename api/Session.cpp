@@ -7,6 +7,7 @@
 #include "frame/Fields.h"
 #include "frame/Guard.h"
 #include "frame/Handles.h"
+#include "frame/Login.h"
 #include "frame/Memory.h"
 
 using namespace xo::frame;
@@ -29,38 +30,17 @@ XO_API Xo_PolicyApi_Login(PolicyApiSession** handle, void* flag, const char* adm
                           const char* password, const char* host, const char* /*unused*/,
                           int32_t /*reserved*/) {
   return Guarded([&]() -> int32_t {
-    if (handle == nullptr) return XO_ERR_GENERAL;
     const std::string name = ArgText(adminName);
     const std::string secret = ArgText(password);
     const std::string remoteHost = ArgText(host);
-
-    // The handle is written at once, so that a Login failing later still
-    // leaves a recognisable handle for the caller to log out.
-    auto* record = static_cast<PolicyApiSession*>(Allocate(sizeof(PolicyApiSession)));
-    *handle = record;
-    if (record == nullptr) return XO_ERR_GENERAL;
-    record->magic = kSessionMagic;
-    try {
-      RegisterHandle(record);
-    } catch (...) {
-      *handle = nullptr;
-      Free(record);
-      throw;
-    }
-
-    record->storeMessage = New<std::string>();
-    if (record->storeMessage == nullptr) return XO_ERR_GENERAL;
-    if (!CXoObjStore::Init(*record->storeMessage, false, false, false, false, false, false, true)) {
-      return XO_ERR_GENERAL;
-    }
-    MarkStoreOpened(record);
-
-    record->session = New<CXoAdmSession>(name, secret, remoteHost, std::string(), remoteHost, true);
-    if (record->session == nullptr) return XO_ERR_GENERAL;
-
     // The session's own error message is not handed on: a failed login is -1.
     std::string loginMessage;
-    return record->session->Login(loginMessage, flag != nullptr) == 0 ? XO_OK : XO_ERR_GENERAL;
+    return LogIn(
+        handle, name, secret, remoteHost,
+        [&](CXoAdmSession& session, std::string& message) {
+          return session.Login(message, flag != nullptr);
+        },
+        loginMessage);
   });
 }
 

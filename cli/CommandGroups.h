@@ -30,6 +30,9 @@ class CommandError : public std::runtime_error {
 // `xopolicy init`: creates a new store with its first administrator.
 void RegisterInitCommand(CLI::App& app);
 
+// `xopolicy login` and `xopolicy logout`: a session kept between commands.
+void RegisterLoginCommands(CLI::App& app);
+
 // `xopolicy export` and `xopolicy apply`: policy as code.
 void RegisterPolicyAsCodeCommands(CLI::App& app);
 
@@ -53,7 +56,8 @@ void RegisterUserCommands(CLI::App& app);
 void RegisterRenameCommand(CLI::App& app);
 void RegisterManagementCommand(CLI::App& app);
 
-// The store's own records: `audit`, `commands` and `store info`.
+// The store's own records: `audit`, `commands`, `store info`, `store copy`
+// and `store set-session-idle`.
 void RegisterAuditCommand(CLI::App& app);
 void RegisterServerCommandsCommand(CLI::App& app);
 void RegisterStoreCommands(CLI::App& app);

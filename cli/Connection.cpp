@@ -6,9 +6,11 @@
 #include "XoObjStore.h"
 #include "cli/CommandGroups.h"
 #include "cli/GlobalOptions.h"
+#include "cli/KeptLogin.h"
 #include "cli/PasswordInput.h"
 #include "cli/Terminal.h"
 #include "frame/Handles.h"
+#include "frame/Login.h"
 #include "store/StoreBackend.h"
 #include "store/XoStoreCodes.h"
 #include "store/platform/Paths.h"
@@ -76,6 +78,32 @@ bool HoldsAnyRight(const std::string& admin) {
   return (credentials.flags & kAnyRight) != 0;
 }
 
+bool PasswordGiven(const ConnectionOptions& options) {
+  return options.passwordFromStdin || std::getenv("XO_PASSWORD") != nullptr;
+}
+
+// Logs in with the kept session's token; a session that the store says has
+// ended is forgotten here too.
+PolicyApiSession* ResumeKept(const store::StoreLocation& where, const KeptLogin& kept) {
+  PolicyApiSession* handle = nullptr;
+  std::string message;
+  int32_t code = store::kOk;
+  const int32_t result = frame::LogIn(
+      &handle, kept.admin, "", "xopolicy",
+      [&](CXoAdmSession& session, std::string& why) {
+        return code = session.ResumeKept(kept.token, why);
+      },
+      message);
+  if (result == XO_OK) return handle;
+  if (handle) Xo_PolicyApi_Logout(handle);
+  if (code == store::kNoSession || code == store::kTimeout || code == store::kAuthFailed) {
+    ForgetKeptLogin(where);
+  }
+  throw CommandError("the session kept for " + store::DisplayName(where) + " as \"" + kept.admin +
+                         "\" cannot be used: " + message + "; run 'xopolicy login' again",
+                     kExitNoLogin);
+}
+
 }  // namespace
 
 void AddConnectionOptions(CLI::App& command, ConnectionOptions& options) {
@@ -93,13 +121,23 @@ void AddConnectionOptions(CLI::App& command, ConnectionOptions& options) {
   FollowGlobalOptions(options);
 }
 
-Connection::Connection(const ConnectionOptions& options) {
+Connection::Connection(const ConnectionOptions& options, Credentials credentials) {
   if (!options.storeUri.empty()) xo::platform::SetEnv("XO_POLICY_STORE", options.storeUri);
   admin_ = options.admin;
   if (admin_.empty() && std::getenv("XO_ADMIN")) admin_ = std::getenv("XO_ADMIN");
+  store::StoreLocation where = store::ResolveLocation();
+  if (credentials == Credentials::KeptOrPassword && !PasswordGiven(options)) {
+    std::optional<KeptLogin> kept = ReadKeptLogin(where);
+    if (kept && (admin_.empty() || admin_ == kept->admin)) {
+      CheckStoreOpens(where);
+      admin_ = kept->admin;
+      handle_ = ResumeKept(where, *kept);
+      RequireSomeRight(where);
+      return;
+    }
+  }
   if (admin_.empty())
     throw CommandError("give the administrator with --admin (or XO_ADMIN)", kExitUsage);
-  store::StoreLocation where = store::ResolveLocation();
   CheckStoreOpens(where);
   std::string password = ChoosePassword(options, admin_);
   int32_t result =
@@ -111,14 +149,19 @@ Connection::Connection(const ConnectionOptions& options) {
                            "\": " + WhyLoginFailed(admin_, password),
                        kExitNoLogin);
   }
-  if (!HoldsAnyRight(admin_)) {
-    Xo_PolicyApi_Logout(handle_);
-    handle_ = nullptr;
-    throw CommandError("administrator \"" + admin_ + "\" holds no rights in the store at " +
-                           where.path + " (a system administrator can grant them)",
-                       kExitNoLogin);
-  }
+  RequireSomeRight(where);
 }
+
+void Connection::RequireSomeRight(const store::StoreLocation& where) {
+  if (HoldsAnyRight(admin_)) return;
+  Xo_PolicyApi_Logout(handle_);
+  handle_ = nullptr;
+  throw CommandError("administrator \"" + admin_ + "\" holds no rights in the store at " +
+                         where.path + " (a system administrator can grant them)",
+                     kExitNoLogin);
+}
+
+CXoAdmSession& Connection::Session() const { return *handle_->session; }
 
 Connection::~Connection() {
   if (!handle_) return;

@@ -10,17 +10,17 @@ using Registrar = void (*)(CLI::App&);
 
 // Every command group of the tool, in the order `--help` lists them.
 constexpr Registrar kCommandGroups[] = {
-    xo::cli::RegisterInitCommand,       xo::cli::RegisterPolicyAsCodeCommands,
-    xo::cli::RegisterDomainCommands,    xo::cli::RegisterRealmCommands,
-    xo::cli::RegisterRuleCommands,      xo::cli::RegisterPolicyCommands,
-    xo::cli::RegisterLinkCommands,      xo::cli::RegisterResponseCommands,
-    xo::cli::RegisterAttrCommands,      xo::cli::RegisterAgentCommands,
-    xo::cli::RegisterSchemeCommands,    xo::cli::RegisterUserDirCommands,
-    xo::cli::RegisterOdbcQueryCommands, xo::cli::RegisterAdminCommands,
-    xo::cli::RegisterGroupCommands,     xo::cli::RegisterUserCommands,
-    xo::cli::RegisterRenameCommand,     xo::cli::RegisterManagementCommand,
-    xo::cli::RegisterAuditCommand,      xo::cli::RegisterServerCommandsCommand,
-    xo::cli::RegisterStoreCommands,
+    xo::cli::RegisterInitCommand,           xo::cli::RegisterLoginCommands,
+    xo::cli::RegisterPolicyAsCodeCommands,  xo::cli::RegisterDomainCommands,
+    xo::cli::RegisterRealmCommands,         xo::cli::RegisterRuleCommands,
+    xo::cli::RegisterPolicyCommands,        xo::cli::RegisterLinkCommands,
+    xo::cli::RegisterResponseCommands,      xo::cli::RegisterAttrCommands,
+    xo::cli::RegisterAgentCommands,         xo::cli::RegisterSchemeCommands,
+    xo::cli::RegisterUserDirCommands,       xo::cli::RegisterOdbcQueryCommands,
+    xo::cli::RegisterAdminCommands,         xo::cli::RegisterGroupCommands,
+    xo::cli::RegisterUserCommands,          xo::cli::RegisterRenameCommand,
+    xo::cli::RegisterManagementCommand,     xo::cli::RegisterAuditCommand,
+    xo::cli::RegisterServerCommandsCommand, xo::cli::RegisterStoreCommands,
 };
 
 // The innermost command that was given, so that `xopolicy realm` without a
@@ -47,6 +47,10 @@ int main(int argc, char** argv) {
       "The store is chosen by --store, else by the environment variable\n"
       "XO_POLICY_STORE (sqlite:PATH or a bare PATH), else it is\n"
       "$XDG_DATA_HOME/xo-policy/policy.db (~/.local/share/xo-policy/policy.db).\n"
+      "After 'xopolicy login', commands given no password (neither --password-stdin\n"
+      "nor XO_PASSWORD) use the session it kept for the store, as its administrator\n"
+      "(unless --admin or XO_ADMIN names another); a password given always logs in\n"
+      "anew. 'xopolicy logout' ends the session.\n"
       "Exit status: 0 success, 1 failed or refused, 2 wrong command line, 3 an object\n"
       "named does not exist, 4 the store cannot be used or the login failed.");
   xo::cli::AddGlobalOptions(app);

@@ -29,3 +29,6 @@ XO_BENCH_DIR="$PWD/$build_dir/bench-stores" XO_TEST_POSTGRES="$server" \
 # `xopolicy apply` of a large generated document against sqlite3 loading the
 # same objects.
 bash scripts/bench-apply.sh "$build_dir"
+
+# `xopolicy rule get` with a kept session against ldapsearch of one entry.
+bash scripts/bench-cli.sh "$build_dir"

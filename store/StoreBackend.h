@@ -32,6 +32,11 @@ struct AdminRights {
   bool listedInScope = false;
 };
 
+// The store setting of how long a kept session may go unused, in minutes
+// (0: the store keeps no sessions), and what a store without it allows.
+inline const std::string kSessionIdleSetting = "session-idle-minutes";
+constexpr int64_t kDefaultSessionIdleMinutes = 8 * 60;
+
 struct AuditEntry {
   int64_t sequence = 0;
   int64_t time = 0;
@@ -64,6 +69,16 @@ class IStoreBackend {
   // connection: for what login needs before a session exists (the user
   // directory of a directory-bound administrator and its query scheme).
   virtual int32_t FetchWithoutSession(CXoObjBase& object) = 0;
+
+  // Kept sessions (sql/KeptSessions.h), named by the digest of their token.
+  // KeepSession records one for the administrator of a live session
+  // (kNotSupported when the store keeps none). ResumeSession checks one and
+  // notes its use, giving its administrator; one that has ended answers
+  // kNoSession (unknown), kTimeout (idle too long) or kAuthFailed (its
+  // administrator changed or was deleted), and is forgotten.
+  virtual int32_t KeepSession(const std::string& sessionId, const std::string& tokenDigest) = 0;
+  virtual int32_t ResumeSession(const std::string& tokenDigest, AdminCredentials& out) = 0;
+  virtual int32_t DropKeptSession(const std::string& tokenDigest) = 0;
 
   // Objects.
   virtual int32_t Fetch(CXoObjBase& object, uint32_t prop, const XoPropValue* value,
@@ -102,6 +117,9 @@ class IStoreBackend {
 
   // The store's own records.
   virtual int32_t ReadSetting(const std::string& key, std::string& value) = 0;
+  // Changes a setting, as the session's administrator (for the audit trail).
+  virtual int32_t WriteSetting(const std::string& sessionId, const std::string& key,
+                               const std::string& value) = 0;
   virtual int32_t ReadAudit(int64_t sinceTime, std::vector<AuditEntry>& out) = 0;
   virtual int32_t ReadInfo(StoreInfo& out) = 0;
 };

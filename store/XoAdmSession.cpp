@@ -123,8 +123,13 @@ XoAdmError CXoAdmSession::Login(std::string& message, bool) {
     message = "wrong administrator name or password";
     return kAuthFailed;
   }
+  (void)interactive_;
+  return Open(admin, message);
+}
+
+XoAdmError CXoAdmSession::Open(const AdminCredentials& admin, std::string& message) {
   std::string sessionId = xo::platform::RandomHex(16);
-  int32_t begun = backend->BeginSession(admin, sessionId);
+  int32_t begun = CurrentBackend()->BeginSession(admin, sessionId);
   if (Failed(begun)) {
     message = std::string("the session could not be opened: ") + Describe(begun);
     return begun;
@@ -133,8 +138,59 @@ XoAdmError CXoAdmSession::Login(std::string& message, bool) {
   adminOid_ = admin.oid;
   adminUser_.SetSessionID(sessionId_);
   loggedIn_ = true;
-  (void)interactive_;
   return 0;
+}
+
+XoAdmError CXoAdmSession::Keep(std::string& token, std::string& message) {
+  IStoreBackend* backend = CurrentBackend();
+  if (!backend || !loggedIn_) {
+    message = "there is no session to keep";
+    return kNoSession;
+  }
+  std::string fresh = xo::platform::RandomHex(32);
+  int32_t kept = backend->KeepSession(sessionId_, xo::platform::DigestHex(fresh));
+  if (Failed(kept)) {
+    message = kept == kNotSupported
+                  ? "this store keeps no sessions (its idle time is 0)"
+                  : std::string("the session could not be kept: ") + Describe(kept);
+    return kept;
+  }
+  token = std::move(fresh);
+  return 0;
+}
+
+XoAdmError CXoAdmSession::ResumeKept(const std::string& token, std::string& message) {
+  IStoreBackend* backend = CurrentBackend();
+  if (!backend) {
+    message = "the policy store is not open";
+    return kUnavailable;
+  }
+  if (loggedIn_) return 0;
+  AdminCredentials admin;
+  int32_t resumed = backend->ResumeSession(xo::platform::DigestHex(token), admin);
+  switch (resumed) {
+    case kOk:
+      user_ = admin.name;
+      return Open(admin, message);
+    case kNoSession:
+      message = "the store knows no such session (it was ended, or the token is not one it gave)";
+      break;
+    case kTimeout:
+      message = "the session was not used for longer than the store's idle time";
+      break;
+    case kAuthFailed:
+      message = "the administrator's password or rights changed, or it was deleted";
+      break;
+    default:
+      message = std::string("the policy store could not be read: ") + Describe(resumed);
+  }
+  return resumed;
+}
+
+XoAdmError CXoAdmSession::DropKept(const std::string& token) {
+  IStoreBackend* backend = CurrentBackend();
+  if (!backend) return kUnavailable;
+  return backend->DropKeptSession(xo::platform::DigestHex(token));
 }
 
 XoAdmError CXoAdmSession::Logout() {

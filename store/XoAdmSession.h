@@ -9,6 +9,9 @@
 #include "XoObjId.h"
 
 class CXoObjAdmin;
+namespace xo::store {
+struct AdminCredentials;
+}
 
 namespace xo::directory {
 class SessionDirectories;
@@ -69,6 +72,17 @@ class CXoAdmSession {
   XoAdmError Logout();
   bool IsLoggedIn() const { return loggedIn_; }
 
+  // Keeps this logged-in session for the processes that follow: `token` gets
+  // a new random token (256 bits, as hex) that only its holder knows and the
+  // store keeps a digest of. It lasts until it goes unused for the store's
+  // idle time, its administrator changes or DropKept ends it.
+  XoAdmError Keep(std::string& token, std::string& message);
+  // Logs in as the administrator of the kept session that `token` names,
+  // without a password. On failure `message` says why in words.
+  XoAdmError ResumeKept(const std::string& token, std::string& message);
+  // Ends the kept session that `token` names; the store must be open.
+  static XoAdmError DropKept(const std::string& token);
+
   const std::string& GetUser() const { return user_; }
   const std::string& GetPassword() const { return password_; }
   const std::string& GetRemoteHost() const { return remoteHost_; }
@@ -87,6 +101,9 @@ class CXoAdmSession {
   xo::directory::SessionDirectories& Directories() const { return *directories_; }
 
  private:
+  // Opens the store's session for an administrator who has proved who they are.
+  XoAdmError Open(const xo::store::AdminCredentials& admin, std::string& message);
+
   std::string user_;
   std::string password_;
   std::string remoteHost_;

@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "platform/PasswordHash.h"
+#include "platform/Random.h"
 
 namespace xo::platform {
 namespace {
@@ -27,6 +28,14 @@ std::string HashArgon2id(const std::string& password, HashCost cost) {
 bool VerifyArgon2id(const std::string& hash, const std::string& password) {
   RequireSodium();
   return crypto_pwhash_str_verify(hash.c_str(), password.data(), password.size()) == 0;
+}
+
+std::string DigestHex(const std::string& text) {
+  RequireSodium();
+  unsigned char digest[32];
+  crypto_generichash(digest, sizeof digest, reinterpret_cast<const unsigned char*>(text.data()),
+                     text.size(), nullptr, 0);
+  return HexOf(digest, sizeof digest);
 }
 
 void WipeMemory(void* data, std::size_t size) { sodium_memzero(data, size); }

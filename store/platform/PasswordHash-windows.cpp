@@ -8,6 +8,11 @@
 #include "platform/PasswordHash.h"
 #include "platform/Random.h"
 
+// The Argon2 sources bring BLAKE2b along, declared in a header of theirs
+// that is not installed.
+extern "C" int blake2b(void* out, std::size_t outlen, const void* in, std::size_t inlen,
+                       const void* key, std::size_t keylen);
+
 namespace xo::platform {
 namespace {
 
@@ -32,6 +37,14 @@ std::string HashArgon2id(const std::string& password, HashCost cost) {
 
 bool VerifyArgon2id(const std::string& hash, const std::string& password) {
   return argon2id_verify(hash.c_str(), password.data(), password.size()) == ARGON2_OK;
+}
+
+std::string DigestHex(const std::string& text) {
+  unsigned char digest[32];
+  if (blake2b(digest, sizeof digest, text.data(), text.size(), nullptr, 0) != 0) {
+    throw std::bad_alloc();
+  }
+  return HexOf(digest, sizeof digest);
 }
 
 void WipeMemory(void* data, std::size_t size) { SecureZeroMemory(data, size); }

@@ -17,6 +17,10 @@ struct HashCost {
 std::string HashArgon2id(const std::string& password, HashCost cost);
 // True when `password` matches the encoded `hash`.
 bool VerifyArgon2id(const std::string& hash, const std::string& password);
+// BLAKE2b with a 32-byte output, unkeyed, as 64 lowercase hex digits: the
+// same digest on every platform, so that a store moved between them keeps
+// what it recorded.
+std::string DigestHex(const std::string& text);
 // Overwrites memory in a way the compiler keeps.
 void WipeMemory(void* data, std::size_t size);
 

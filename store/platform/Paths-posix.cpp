@@ -13,13 +13,27 @@ std::string GetEnv(const char* name) {
 
 void SetEnv(const char* name, const std::string& value) { setenv(name, value.c_str(), 1); }
 
-std::string UserDataDir() {
-  std::string xdg = GetEnv("XDG_DATA_HOME");
+namespace {
+
+// An XDG base directory: the variable's value, else its default under $HOME.
+std::string XdgDir(const char* variable, const char* underHome) {
+  std::string xdg = GetEnv(variable);
   if (!xdg.empty()) return xdg;
   std::string dir = GetEnv("HOME");
   if (dir.empty()) dir = ".";
-  dir.append("/.local/share");
-  return dir;
+  return dir + underHome;
+}
+
+}  // namespace
+
+std::string UserDataDir() { return XdgDir("XDG_DATA_HOME", "/.local/share"); }
+
+std::string UserConfigDir() { return XdgDir("XDG_CONFIG_HOME", "/.config"); }
+
+std::string AbsolutePath(const std::string& path) {
+  std::error_code ec;
+  const std::filesystem::path absolute = std::filesystem::weakly_canonical(path, ec);
+  return ec ? path : absolute.string();
 }
 
 std::string JoinPath(const std::string& dir, const std::string& name) { return dir + "/" + name; }

@@ -50,6 +50,14 @@ std::string UserDataDir() {
   return ".";
 }
 
+std::string UserConfigDir() { return UserDataDir(); }
+
+std::string AbsolutePath(const std::string& path) {
+  std::error_code ec;
+  const std::filesystem::path absolute = std::filesystem::weakly_canonical(PathOf(path), ec);
+  return ec ? path : Narrow(absolute.native());
+}
+
 std::string JoinPath(const std::string& dir, const std::string& name) {
   if (dir.empty() || dir.back() == '\\' || dir.back() == '/') return dir + name;
   return dir + "\\" + name;

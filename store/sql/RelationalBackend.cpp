@@ -5,6 +5,7 @@
 #include "XoAdmSession.h"
 #include "XoStoreCodes.h"
 #include "platform/Clock.h"
+#include "sql/KeptSessions.h"
 #include "sql/ObjectStore.h"
 #include "sql/Schema.h"
 #include "sql/Seed.h"
@@ -43,6 +44,18 @@ int32_t Run(Connection* connection, Mode mode, Work work) {
   }
 }
 
+AdminCredentials CredentialsOf(const CXoObjAdmin& admin) {
+  AdminCredentials out;
+  out.oid = admin.GetOid();
+  out.name = admin.GetName();
+  out.passwordHash = admin.GetAdminText();
+  out.directoryBound = admin.GetDirectoryBound();
+  out.userDirectory = admin.GetUserDirectoryOid();
+  out.scheme = admin.GetSchemeOid();
+  out.flags = admin.GetFlags();
+  return out;
+}
+
 }  // namespace
 
 RelationalBackend::RelationalBackend(std::string location, Connect connect,
@@ -60,6 +73,17 @@ int32_t RelationalBackend::CheckInitialised(Connection& connection, const std::s
     if (!version->Step()) {
       message = location + " is not an initialised policy store";
       return kNotInitialised;
+    }
+    if (version->Text(0) == "1") {
+      version->Reset();
+      try {
+        UpgradeSchema(connection);
+      } catch (const StoreError& error) {
+        message = "cannot upgrade the policy store at " + location + " to schema version " +
+                  std::to_string(kSchemaVersion) + ": " + connection.LastError();
+        return error.code;
+      }
+      return kOk;
     }
     if (version->Text(0) != std::to_string(kSchemaVersion)) {
       message = location + " has schema version " + version->Text(0) + ", this library reads " +
@@ -130,14 +154,49 @@ int32_t RelationalBackend::LookupAdmin(const std::string& name, AdminCredentials
     if (hits.size() != 1) throw StoreError{kNotFound};
     CXoObjAdmin admin(hits.front());
     store.Load(admin);
-    out.oid = admin.GetOid();
-    out.name = admin.GetName();
-    out.passwordHash = admin.GetAdminText();
-    out.directoryBound = admin.GetDirectoryBound();
-    out.userDirectory = admin.GetUserDirectoryOid();
-    out.scheme = admin.GetSchemeOid();
-    out.flags = admin.GetFlags();
+    out = CredentialsOf(admin);
   });
+}
+
+int32_t RelationalBackend::KeepSession(const std::string& sessionId,
+                                       const std::string& tokenDigest) {
+  Connection* connection = SessionConnection(sessionId);
+  return Run(connection, Mode::Write, [&](ObjectStore& store) {
+    KeptSessions(*connection, store).Keep(tokenDigest, connection->adminOid);
+  });
+}
+
+// Read first, as most uses find the session live and recently noted; only
+// an ended session or an old last use is written.
+int32_t RelationalBackend::ResumeSession(const std::string& tokenDigest, AdminCredentials& out) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  KeptState state = KeptState::Unknown;
+  CXoObjAdmin admin;
+  int32_t result = Run(control_.get(), Mode::Read, [&](ObjectStore& store) {
+    state = KeptSessions(*control_, store).Check(tokenDigest, admin);
+  });
+  if (Failed(result) || state == KeptState::Unknown) return Failed(result) ? result : kNoSession;
+  if (state != KeptState::Live) {
+    result = Run(control_.get(), Mode::Write, [&](ObjectStore& store) {
+      KeptSessions kept(*control_, store);
+      if (state == KeptState::Stale) {
+        kept.Touch(tokenDigest);
+      } else {
+        kept.Drop(tokenDigest);
+      }
+    });
+    if (Failed(result)) return result;
+    if (state == KeptState::Idle) return kTimeout;
+    if (state == KeptState::Changed) return kAuthFailed;
+  }
+  out = CredentialsOf(admin);
+  return kOk;
+}
+
+int32_t RelationalBackend::DropKeptSession(const std::string& tokenDigest) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  return Run(control_.get(), Mode::Write,
+             [&](ObjectStore& store) { KeptSessions(*control_, store).Drop(tokenDigest); });
 }
 
 int32_t RelationalBackend::BeginSession(const AdminCredentials& admin,
@@ -355,6 +414,13 @@ int32_t RelationalBackend::ReadSetting(const std::string& key, std::string& valu
     if (!select->Step()) throw StoreError{kNotFound};
     value = select->Text(0);
   });
+}
+
+int32_t RelationalBackend::WriteSetting(const std::string& sessionId, const std::string& key,
+                                        const std::string& value) {
+  Connection* connection = SessionConnection(sessionId);
+  return Run(connection, Mode::Write,
+             [&](ObjectStore& store) { sql::WriteSetting(*connection, store, key, value); });
 }
 
 int32_t RelationalBackend::ReadAudit(int64_t sinceTime, std::vector<AuditEntry>& out) {

@@ -40,6 +40,10 @@ class RelationalBackend : public IStoreBackend {
                      AdminRights& out) override;
   int32_t FetchWithoutSession(CXoObjBase& object) override;
 
+  int32_t KeepSession(const std::string& sessionId, const std::string& tokenDigest) override;
+  int32_t ResumeSession(const std::string& tokenDigest, AdminCredentials& out) override;
+  int32_t DropKeptSession(const std::string& tokenDigest) override;
+
   int32_t Fetch(CXoObjBase& object, uint32_t prop, const XoPropValue* value,
                 const std::string& sessionId) override;
   int32_t Save(CXoObjBase& object, bool overwrite, const std::string& sessionId) override;
@@ -68,6 +72,8 @@ class RelationalBackend : public IStoreBackend {
   int32_t RollbackTransaction(const std::string& sessionId) override;
 
   int32_t ReadSetting(const std::string& key, std::string& value) override;
+  int32_t WriteSetting(const std::string& sessionId, const std::string& key,
+                       const std::string& value) override;
   int32_t ReadAudit(int64_t sinceTime, std::vector<AuditEntry>& out) override;
   int32_t ReadInfo(StoreInfo& out) override;
 

@@ -6,6 +6,7 @@
 #include <mutex>
 
 #include "sql/Connection.h"
+#include "sql/KeptSessions.h"
 
 namespace xo::store::sql {
 namespace {
@@ -119,6 +120,7 @@ void CreateSchema(Connection& connection) {
                   " NOT NULL, name " + sql.text + " NOT NULL)");
   connection.Exec("CREATE INDEX xo_audit_time ON xo_audit (time)");
   connection.Exec("CREATE INDEX xo_audit_oid ON xo_audit (oid)");
+  CreateKeptSessionTable(connection);
   for (const CXoObjDictProp* dict : CXoObjDictProp::All()) {
     std::string table = dict->Table();
     std::string ddl = "CREATE TABLE " + table + " (seq " + sql.sequenceKey + ", oid " + sql.text +
@@ -140,6 +142,29 @@ void CreateSchema(Connection& connection) {
       columns += ColumnName(*dict->Find(dict->NameProp()));
       connection.Exec("CREATE INDEX " + table + "_scoped_name ON " + table + " (" + columns + ")");
     }
+  }
+}
+
+void UpgradeSchema(Connection& connection) {
+  connection.Exec(connection.Sql().beginWrite);
+  try {
+    std::string found;
+    {
+      Use version(connection.Prepare("SELECT value FROM xo_meta WHERE key = 'schema_version'"));
+      if (version->Step()) found = version->Text(0);
+    }
+    if (found == "1") CreateKeptSessionTable(connection);
+    Use mark(connection.Prepare("UPDATE xo_meta SET value = ?1 WHERE key = 'schema_version'"));
+    mark->Bind(1, std::to_string(kSchemaVersion));
+    mark->Step();
+    connection.Exec("COMMIT");
+  } catch (const StoreError&) {
+    try {
+      connection.Exec("ROLLBACK");
+    } catch (const StoreError&) {
+      // The database ended the transaction itself.
+    }
+    throw;
   }
 }
 

@@ -13,7 +13,9 @@ namespace xo::store::sql {
 
 class Connection;
 
-constexpr int32_t kSchemaVersion = 1;
+// Version 2 added the table of kept sessions; a store of version 1 is
+// upgraded in place when it is opened (UpgradeSchema).
+constexpr int32_t kSchemaVersion = 2;
 
 // The column of a property: its name in snake case ("AgentType" -> agent_type).
 std::string ColumnName(const XoPropDef& def);
@@ -35,5 +37,10 @@ const ClassSql* SqlFor(int32_t cls, const Dialect& dialect);
 
 // Creates every table and index of a new store.
 void CreateSchema(Connection& connection);
+
+// Brings a store of an earlier version to this one, in one write
+// transaction; does nothing when another process did it first. Throws
+// StoreError when the store cannot be written.
+void UpgradeSchema(Connection& connection);
 
 }  // namespace xo::store::sql

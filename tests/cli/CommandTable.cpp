@@ -94,7 +94,11 @@ class Runner {
     for (std::string word; in >> std::quoted(word, '\'', '\x01');) words.push_back(Replace(word));
     Env env{{"XO_POLICY_STORE", "sqlite:" + vars_["STORE"]},
             {"XO_ADMIN", "root"},
-            {"XO_PASSWORD", "pw"}};
+            {"XO_PASSWORD", "pw"},
+            {"XDG_CONFIG_HOME", vars_["DIR"] + "/config"}};
+#ifdef _WIN32
+    env["LOCALAPPDATA"] = vars_["DIR"] + "/config";  // where kept sessions go
+#endif
     for (; !words.empty() && words[0].starts_with("~"); words.erase(words.begin())) {
       env[words[0].substr(1)] = std::nullopt;
     }
@@ -148,6 +152,16 @@ class Runner {
     Run run;
     if (words[0] == "$write") {
       std::ofstream(words[1], std::ios::binary) << input;
+    } else if (words[0] == "$copy") {
+      std::filesystem::copy_file(words[1], words[2],
+                                 std::filesystem::copy_options::overwrite_existing);
+    } else if (words[0] == "$chmod") {
+      std::filesystem::permissions(words[2],
+                                   std::filesystem::perms(std::stoi(words[1], nullptr, 8)));
+    } else if (words[0] == "$sql") {
+      for (const std::string& row : QueryStoreFile(vars_["STORE"], Replace(line.substr(5)))) {
+        run.out += row + "\n";
+      }
     } else if (words[0] == "$users") {
       run.out = Users().QueryText(line.substr(words[0].size() + 1));
     } else if (words[0] == "$system") {

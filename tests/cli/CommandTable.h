@@ -10,15 +10,16 @@
 // at spaces ('single quotes' keep a word together). Leading words ~NAME, then
 // NAME=value, unset and set environment variables for this run only; by
 // default XO_POLICY_STORE names the case's store, XO_ADMIN is root and
-// XO_PASSWORD pw. It may end in "> NAME" (standard output kept as @NAME and
-// in the file @DIR/NAME) or in "> NAME /json/pointer" (that value of the JSON
-// output kept as @NAME).
-// Commands starting with $ are the runner's own: "$write PATH" writes the
-// input to PATH, "$users SQL" prints the first value SQL finds in the users
-// database, "$random SEED" fills the store through the API with the catalog's
-// store and the calls SEED chooses (support/RandomStore.h), printing the calls, "$system FILE"
-// prints the export FILE without its domains, and "$compare" prints how the
-// objects of @STORE and @OTHER differ (support/StoreModel.h).
+// XO_PASSWORD pw, and XDG_CONFIG_HOME (on Windows LOCALAPPDATA) is @DIR/config. It may end in ">
+// NAME" (standard output kept as @NAME and in the file @DIR/NAME) or in "> NAME /json/pointer"
+// (that value of the JSON output kept as @NAME). Commands starting with $ are the runner's own:
+// "$write PATH" writes the input to PATH, "$copy FROM TO" copies a file over another, "$chmod MODE
+// PATH" sets a file's mode (octal),
+// "$sql SQL" runs SQL on the case's store and prints the rows, "$users SQL" prints the first value
+// SQL finds in the users database, "$random SEED" fills the store through the API with the
+// catalog's store and the calls SEED chooses (support/RandomStore.h), printing the calls, "$system
+// FILE" prints the export FILE without its domains, and "$compare" prints how the objects of @STORE
+// and @OTHER differ (support/StoreModel.h).
 //
 // EXIT is the exit status, 0 when not given. Each PART is "< TEXT" (standard
 // input), "unchanged" (the store must stay as it was even though the command

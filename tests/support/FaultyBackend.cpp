@@ -95,6 +95,15 @@ class FaultyBackend : public IStoreBackend {
                      xo::store::AdminRights& out) override {
     XO_FORWARD(ReadRights, ReadRights(sessionId, scope, out));
   }
+  int32_t KeepSession(const std::string& sessionId, const std::string& tokenDigest) override {
+    XO_FORWARD(KeepSession, KeepSession(sessionId, tokenDigest));
+  }
+  int32_t ResumeSession(const std::string& tokenDigest, xo::store::AdminCredentials& out) override {
+    XO_FORWARD(ResumeSession, ResumeSession(tokenDigest, out));
+  }
+  int32_t DropKeptSession(const std::string& tokenDigest) override {
+    XO_FORWARD(DropKeptSession, DropKeptSession(tokenDigest));
+  }
   int32_t FetchWithoutSession(CXoObjBase& object) override {
     XO_FORWARD(FetchWithoutSession, FetchWithoutSession(object));
   }
@@ -153,6 +162,10 @@ class FaultyBackend : public IStoreBackend {
   }
   int32_t ReadSetting(const std::string& key, std::string& value) override {
     XO_FORWARD(ReadSetting, ReadSetting(key, value));
+  }
+  int32_t WriteSetting(const std::string& sessionId, const std::string& key,
+                       const std::string& value) override {
+    XO_FORWARD(WriteSetting, WriteSetting(sessionId, key, value));
   }
   int32_t ReadAudit(int64_t sinceTime, std::vector<xo::store::AuditEntry>& out) override {
     XO_FORWARD(ReadAudit, ReadAudit(sinceTime, out));

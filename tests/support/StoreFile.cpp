@@ -66,7 +66,9 @@ std::string SnapshotStoreFile(const std::string& store) {
   Db db = Open(FileOf(store), SQLITE_OPEN_READONLY);
   std::string snapshot;
   for (const std::string& table :
-       Rows(db.get(), "SELECT name FROM sqlite_master WHERE type = 'table' ORDER BY name")) {
+       Rows(db.get(),
+            "SELECT name FROM sqlite_master WHERE type = 'table' AND name != "
+            "'xo_kept_session' ORDER BY name")) {
     snapshot += "[" + table + "]\n";
     for (const std::string& row : Rows(db.get(), "SELECT * FROM \"" + table + "\" ORDER BY 1")) {
       snapshot += row + "\n";

@@ -11,7 +11,8 @@
 
 namespace xo::test {
 
-// Every table's rows, in a stable order, as one text.
+// Every table's rows, in a stable order, as one text. Kept sessions are left
+// out: they note their last use even on a command that changes nothing.
 std::string SnapshotStoreFile(const std::string& store);
 
 // The rows of a query (or a change), each row's columns joined by '|'.

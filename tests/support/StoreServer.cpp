@@ -103,7 +103,7 @@ std::string ServerSnapshot(const std::string& store) {
   for (const std::string& table :
        Rows(connection.get(),
             "SELECT table_name, count(*) FROM information_schema.columns WHERE table_schema = $1 "
-            "GROUP BY table_name ORDER BY table_name",
+            "AND table_name != 'xo_kept_session' GROUP BY table_name ORDER BY table_name",
             {SchemaOf(store)})) {
     const std::string name = table.substr(0, table.find('|'));
     std::string order;

@@ -63,14 +63,14 @@ if dpkg-query -W -f='${Status}' xo-policy 2>/dev/null | grep -q 'ok installed'; 
 fi
 export DEBIAN_FRONTEND=noninteractive
 apt=(apt-get -y -q -o DPkg::Lock::Timeout=120)
-trap '"${apt[@]}" remove xo-policy >/dev/null 2>&1 || true' EXIT
+trap '"${apt[@]}" purge xo-policy >/dev/null 2>&1 || true' EXIT
 "${apt[@]}" install "$deb" >"$build_dir/apt.log" 2>&1 || {
   cat "$build_dir/apt.log"
   fail "apt-get install $deb failed"
 }
 /usr/bin/xopolicy --help >/dev/null || fail "the installed xopolicy does not run"
 pkg-config --exists xo-policy || fail "pkg-config does not find the installed xo-policy.pc"
-"${apt[@]}" remove xo-policy >>"$build_dir/apt.log" 2>&1 || fail "apt-get remove failed"
+"${apt[@]}" purge xo-policy >>"$build_dir/apt.log" 2>&1 || fail "apt-get purge failed"
 trap - EXIT
 [ ! -e /usr/bin/xopolicy ] || fail "/usr/bin/xopolicy is left after removing the package"
 echo "package-test: passed"

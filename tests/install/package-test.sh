@@ -49,8 +49,10 @@ done <<'EOF'
 ^\./usr/lib/(.*/)?cmake/XoPolicy/XoPolicyConfig\.cmake$
 ^\./usr/lib/(.*/)?cmake/XoPolicy/XoPolicyConfigVersion\.cmake$
 EOF
-unwanted=$(grep -E '_tests$|_demo$|xo_fuzz|xo_bench|gtest|/include/.+/|/include/Xo[^P]|\.a$' \
-  <<<"$contents" || true)
+# The public header alone, and no test, demo, fuzzer or benchmark.
+headers=$(grep -E '^\./usr/include/.' <<<"$contents")
+[ "$headers" = ./usr/include/XoPolicyApi.h ] || fail "the package holds these headers: $headers"
+unwanted=$(grep -E '_tests$|_demo$|xo_fuzz|xo_bench|gtest|\.a$' <<<"$contents" || true)
 [ -z "$unwanted" ] || fail "the package holds what it must not: $unwanted"
 
 if [ "$(id -u)" -ne 0 ]; then

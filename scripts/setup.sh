@@ -28,6 +28,9 @@ packages=(
   # The shared store: libpq to build against, and the server that the tests
   # start clusters of their own with.
   libpq-dev postgresql
+  # The Debian package: dpkg-shlibdeps works out its dependencies; groff
+  # checks the manual page.
+  dpkg-dev groff-base
 )
 
 # shellcheck source=lib/packages.sh

@@ -19,7 +19,9 @@ run_suite() {
   ctest --test-dir "$build_dir" --output-on-failure -j"$jobs" --timeout 600
 }
 
-run_suite build-test -DCMAKE_BUILD_TYPE=RelWithDebInfo -DXO_BUILD_BENCH=ON
+# Configured for /usr, as scripts/package.sh does: its test debian_package
+# makes the same package from this build.
+run_suite build-test -DCMAKE_BUILD_TYPE=RelWithDebInfo -DXO_BUILD_BENCH=ON -DCMAKE_INSTALL_PREFIX=/usr
 
 export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1

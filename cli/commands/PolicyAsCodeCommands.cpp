@@ -166,7 +166,7 @@ void RunApply(const ApplyOptions& options) {
                        kExitUsage);
   }
   // The file is checked before anyone logs in: a mistake in it costs nothing.
-  const policy::Document desired = policy::ParseDocument(ReadFile(options.file), options.file);
+  policy::Document desired = policy::ParseDocument(ReadFile(options.file), options.file);
 
   Connection connection(options.connection);
   // The plan is made and carried out in one transaction, so that nobody

@@ -179,7 +179,7 @@ PlannedChange PlannedChange::Packed(const Change& change) {
   const auto pack = [](const Json& object) {
     return object.is_null() ? std::vector<std::uint8_t>() : Json::to_cbor(object);
   };
-  return {change.what,         change.kind,        change.domain, change.Name(),
+  return {change.what,         change.kind,        change.domain,
           pack(change.before), pack(change.after), change.fields};
 }
 
@@ -216,13 +216,13 @@ void PrintPlan(std::ostream& out, const Plan& plan) {
     std::string label = change.kind->label;
     switch (change.what) {
       case ChangeKind::Create:
-        out << "+ " << label << ' ' << change.name << '\n';
+        out << "+ " << label << ' ' << change.Name() << '\n';
         break;
       case ChangeKind::Delete:
-        out << "- " << label << ' ' << change.name << '\n';
+        out << "- " << label << ' ' << change.Name() << '\n';
         break;
       case ChangeKind::Update: {
-        out << "~ " << label << ' ' << change.name << " (";
+        out << "~ " << label << ' ' << change.Name() << " (";
         for (size_t i = 0; i < change.fields.size(); ++i) {
           out << (i ? ", " : "") << FieldText(change, change.fields[i]);
         }

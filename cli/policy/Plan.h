@@ -50,13 +50,13 @@ struct PlannedChange {
   ChangeKind what;
   const Kind* kind;
   std::string domain;
-  std::string name;  // Change::Name()
   std::vector<std::uint8_t> before;
   std::vector<std::uint8_t> after;
   std::vector<FieldChange> fields;
 
   static PlannedChange Packed(const Change& change);
   Change Unpacked() const;
+  std::string Name() const { return Unpacked().Name(); }
 };
 
 struct Plan {
@@ -90,9 +90,10 @@ class Planner {
   Plan plan_;
 };
 
-// The plan that makes the store, as `connection` sees it, match `desired`:
-// the store is read a domain at a time.
-Plan MakePlan(const Connection& connection, const Document& desired, PlanOptions options);
+// The store is read a domain at a time.
+// The plan that makes the store, as `connection` sees it, match `desired`,
+// which it empties as it goes.
+Plan MakePlan(const Connection& connection, Document& desired, PlanOptions options);
 
 // One line per change ("+ rule Intranet/portal/read-pages", "~ realm
 // Intranet/portal (description: "a" -> "b")", "- agent old-gateway"), then a

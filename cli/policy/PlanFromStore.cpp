@@ -37,7 +37,7 @@ void AppendReversed(std::vector<std::vector<PlannedChange>>& from, std::vector<P
 
 }  // namespace
 
-Plan MakePlan(const Connection& connection, const Document& desired, PlanOptions options) {
+Plan MakePlan(const Connection& connection, Document& desired, PlanOptions options) {
   std::vector<std::string> builtIn;
   const ReadScope scope = ScopeOf(desired, options.prune, builtIn);
   Json storedSystem;
@@ -76,10 +76,12 @@ Plan MakePlan(const Connection& connection, const Document& desired, PlanOptions
     }
 
     std::vector<PlannedChange> contentDeletions;
-    for (const Document::Domain& domain : desired.domains) {
+    for (Document::Domain& domain : desired.domains) {
       const bool exists = std::binary_search(stored.begin(), stored.end(), domain.name);
       const Json storedDomain = exists ? ReadDomain(connection, scope, domain.name) : Json();
       const Json given = Document::Contents(domain);
+      // The plan holds what it needs of the domain from here on.
+      std::vector<std::uint8_t>().swap(domain.contents);
       std::vector<std::vector<PlannedChange>> perKind(DomainKinds().size());
       for (size_t i = 0; i < DomainKinds().size(); ++i) {
         const Kind& kind = *DomainKinds()[i];

@@ -1,10 +1,11 @@
 // `xopolicy export` and `xopolicy apply`: the store as a JSON document, and a
 // document made true in the store in one transaction (cli/policy/).
 
+#include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <memory>
-#include <sstream>
 
 #include "cli/CommandGroups.h"
 #include "cli/Connection.h"
@@ -65,18 +66,68 @@ class ProgressBar {
   size_t percent_ = 0;
 };
 
+// The whole text, read into a string of its size where the size is known.
 std::string ReadFile(const std::string& path) {
-  if (path == "-") {
-    std::ostringstream text;
-    text << std::cin.rdbuf();
-    return text.str();
+  std::ifstream file;
+  std::string text;
+  if (path != "-") {
+    file.open(path, std::ios::binary);
+    if (!file) throw CommandError("cannot read " + path + ": no such file, or not readable");
+    std::error_code error;
+    const auto size = std::filesystem::file_size(path, error);
+    if (!error) text.reserve(size);
   }
-  std::ifstream in(path, std::ios::binary);
-  if (!in) throw CommandError("cannot read " + path + ": no such file, or not readable");
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
+  std::istream& in = path == "-" ? std::cin : file;
+  char buffer[1 << 16];
+  while (in.read(buffer, sizeof buffer) || in.gcount() > 0) text.append(buffer, in.gcount());
+  return text;
 }
+
+// Where an export goes. A file is written beside its place and put there
+// only when the document is complete, so that a failed export leaves what
+// was there before; standard output, and what is no regular file, get the
+// document as it is read.
+class ExportTarget {
+ public:
+  explicit ExportTarget(const std::string& path) : path_(path) {
+    namespace fs = std::filesystem;
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    if (path.empty() || (fs::exists(status) && !fs::is_regular_file(status))) {
+      if (!path.empty()) file_.open(path, std::ios::binary | std::ios::trunc);
+      return;
+    }
+    partial_ = path + ".partial";
+    file_.open(partial_, std::ios::binary | std::ios::trunc);
+    // A file kept secret stays so.
+    if (fs::exists(status)) fs::permissions(partial_, status.permissions(), error);
+  }
+  ~ExportTarget() {
+    if (!partial_.empty()) std::filesystem::remove(partial_);
+  }
+  ExportTarget(const ExportTarget&) = delete;
+  ExportTarget& operator=(const ExportTarget&) = delete;
+
+  std::ostream& Stream() { return path_.empty() ? std::cout : file_; }
+  bool Streamed() const { return partial_.empty(); }
+
+  void Complete() {
+    if (!Stream().flush()) throw CommandError("cannot write " + Shown());
+    if (partial_.empty()) return;
+    file_.close();
+    std::error_code error;
+    std::filesystem::rename(partial_, path_, error);
+    if (error) throw CommandError("cannot write " + path_ + ": " + error.message());
+    partial_.clear();
+  }
+
+ private:
+  std::string Shown() const { return path_.empty() ? "the document" : path_; }
+
+  std::string path_;
+  std::string partial_;
+  std::ofstream file_;
+};
 
 void RunExport(const ExportOptions& options) {
   Connection connection(options.connection);
@@ -85,39 +136,28 @@ void RunExport(const ExportOptions& options) {
   scope.system = options.domains.empty();
   if (!options.domains.empty()) scope.domains = options.domains;
   scope.secrets = options.secrets;
-  Json document = policy::ReadStore(connection, scope);
-  if (scope.domains && document["domains"].size() != options.domains.size()) {
-    for (const std::string& name : options.domains) {
-      bool found = false;
-      for (const Json& domain : document["domains"]) found = found || domain["name"] == name;
-      if (!found) throw CommandError("there is no domain \"" + name + "\"");
+  const std::vector<std::string> domains = policy::DomainsInScope(connection, scope);
+  for (const std::string& name : options.domains) {
+    if (std::find(domains.begin(), domains.end(), name) == domains.end()) {
+      throw CommandError("there is no domain \"" + name + "\"");
     }
   }
-  std::string text = policy::WriteDocument(document);
-  if (options.output.empty()) {
-    std::cout << text;
-    return;
+  ExportTarget target(options.output);
+  if (!target.Stream()) throw CommandError("cannot write " + options.output);
+  try {
+    // Each domain is written as soon as it is read, and its rules one by one:
+    // memory does not grow with the size of the store.
+    policy::DocumentWriter writer(target.Stream());
+    if (scope.system) writer.System(policy::ReadSystem(connection, scope));
+    for (const std::string& name : domains) policy::WriteDomain(connection, scope, name, writer);
+    writer.Finish();
+    target.Complete();
+  } catch (const CommandError& e) {
+    throw CommandError(
+        std::string(e.what()) + (target.Streamed() ? "\nthe document written is incomplete"
+                                                   : "\n" + options.output + " was left as it was"),
+        e.ExitCode());
   }
-  std::ofstream out(options.output, std::ios::binary | std::ios::trunc);
-  out << text;
-  if (!out.flush()) throw CommandError("cannot write " + options.output);
-}
-
-// What the store holds of what the file speaks about.
-policy::ReadScope ScopeOf(const Json& desired, bool prune, std::vector<std::string>& builtIn) {
-  policy::ReadScope scope;
-  scope.system = desired.contains("system");
-  scope.secrets = true;
-  scope.builtIn = &builtIn;
-  // Pruning a file that describes the whole store may delete any domain.
-  if (!(prune && scope.system)) {
-    std::vector<std::string> names;
-    if (desired.contains("domains")) {
-      for (const Json& domain : desired["domains"]) names.push_back(domain["name"]);
-    }
-    scope.domains = names;
-  }
-  return scope;
 }
 
 void RunApply(const ApplyOptions& options) {
@@ -126,20 +166,17 @@ void RunApply(const ApplyOptions& options) {
                        kExitUsage);
   }
   // The file is checked before anyone logs in: a mistake in it costs nothing.
-  Json desired = policy::ParseDocument(ReadFile(options.file), options.file);
+  policy::Document desired = policy::ParseDocument(ReadFile(options.file), options.file);
 
   Connection connection(options.connection);
   // The plan is made and carried out in one transaction, so that nobody
   // changes the store between reading it and writing it.
   connection.Begin();
   try {
-    std::vector<std::string> builtIn;
-    Json current = policy::ReadStore(connection, ScopeOf(desired, options.prune, builtIn));
     policy::PlanOptions planOptions;
     planOptions.prune = options.prune;
-    planOptions.keep.insert(builtIn.begin(), builtIn.end());
     planOptions.runningAdmin = connection.AdminName();
-    policy::Plan plan = policy::MakePlan(current, desired, planOptions);
+    policy::Plan plan = policy::MakePlan(connection, desired, planOptions);
     policy::PrintPlan(std::cout, plan);
     std::cout << std::flush;
     if (plan.changes.empty()) {

@@ -14,7 +14,11 @@
 // existing object as it is, and takes its default for a new one.
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <nlohmann/json.hpp>
+#include <optional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -85,16 +89,49 @@ std::string KeyOf(const Kind& kind, const Json& object);
 // The same as its parts, which tell objects apart also where names hold a "/".
 std::vector<std::string> KeyParts(const Kind& kind, const Json& object);
 
+// A checked document. Its domains are kept packed (CBOR) one by one, so
+// that a large file costs about what its text does.
+struct Document {
+  std::optional<Json> system;  // none when the file has no "system" section
+  bool hasDomains = false;     // whether it has a "domains" section
+  struct Domain {
+    std::string name;
+    Json record;                         // the domain's own fields that the file gives
+    std::vector<std::uint8_t> contents;  // its collections, packed
+  };
+  std::vector<Domain> domains;  // in canonical order
+
+  static Json Contents(const Domain& domain) { return Json::from_cbor(domain.contents); }
+};
+
 // Reads a document from text: checks its shape, refuses unknown keys and
 // values of the wrong type, and sorts what is unordered. Throws CommandError
 // with the place of the mistake ("domains[0].rules[3].flags: ...").
-Json ParseDocument(const std::string& text, const std::string& source);
+Document ParseDocument(const std::string& text, const std::string& source);
 
-// The document as text: objects one key a line, arrays of plain values on one
+// The document as text, written a part at a time so that a large store never
+// has to be held whole: objects one key a line, arrays of plain values on one
 // line, so that a change to one value is a change to one line.
-std::string WriteDocument(const Json& document);
+class DocumentWriter {
+ public:
+  explicit DocumentWriter(std::ostream& out);
+  // The "system" section, if any, comes before the first domain.
+  void System(const Json& system);
+  // A domain whose collection `streamed` is written an object at a time, as
+  // `next` hands them out (null when there are no more), where the domain
+  // holds that key.
+  void Domain(const Json& domain, const char* streamed, const std::function<Json()>& next);
+  // Closes the document.
+  void Finish();
+
+ private:
+  std::ostream& out_;
+  size_t domains_ = 0;
+};
 
 // Puts a document into its canonical order (collections by name, sets sorted).
 void Canonicalize(Json& document);
+// The same for one domain's collections.
+void CanonicalizeDomain(Json& domain);
 
 }  // namespace xo::cli::policy

@@ -5,6 +5,7 @@
 
 #include "cli/CommandGroups.h"
 #include "cli/policy/Document.h"
+#include "cli/policy/DomainSplitter.h"
 
 namespace xo::cli::policy {
 namespace {
@@ -161,25 +162,52 @@ Json CheckedKindObject(const Kind& kind, const Json& value, const std::string& w
   return checked;
 }
 
+// One object of a collection, with the collections it holds; `keys` are
+// those of the objects before it.
+Json CheckedMember(const Kind& kind, const Json& value, const std::string& at,
+                   const std::vector<const Kind*>& children,
+                   std::set<std::vector<std::string>>& keys);
+
 Json CheckedCollection(const Kind& kind, const Json& value, const std::string& where,
                        const std::vector<const Kind*>& children = {}) {
   RequireArray(value, where);
   Json checked = Json::array();
   std::set<std::vector<std::string>> keys;
   for (size_t i = 0; i < value.size(); ++i) {
-    std::string at = where + "[" + std::to_string(i) + "]";
-    Json object = CheckedKindObject(kind, value[i], at, children);
-    if (!keys.insert(KeyParts(kind, object)).second) {
-      Refuse(at, std::string(kind.label) + " \"" + KeyOf(kind, object) + "\" appears twice");
-    }
-    for (const Kind* child : children) {
-      if (value[i].contains(child->collection)) {
-        object[child->collection] =
-            CheckedCollection(*child, value[i][child->collection], at + "." + child->collection);
-      }
-    }
-    checked.push_back(std::move(object));
+    checked.push_back(
+        CheckedMember(kind, value[i], where + "[" + std::to_string(i) + "]", children, keys));
   }
+  return checked;
+}
+
+Json CheckedMember(const Kind& kind, const Json& value, const std::string& at,
+                   const std::vector<const Kind*>& children,
+                   std::set<std::vector<std::string>>& keys) {
+  Json object = CheckedKindObject(kind, value, at, children);
+  if (!keys.insert(KeyParts(kind, object)).second) {
+    Refuse(at, std::string(kind.label) + " \"" + KeyOf(kind, object) + "\" appears twice");
+  }
+  for (const Kind* child : children) {
+    if (value.contains(child->collection)) {
+      object[child->collection] =
+          CheckedCollection(*child, value[child->collection], at + "." + child->collection);
+    }
+  }
+  return object;
+}
+
+// A domain of the file, checked and in canonical order, packed.
+Document::Domain CheckedDomain(const Json& value, size_t i,
+                               std::set<std::vector<std::string>>& keys) {
+  Json domain =
+      CheckedMember(DomainKind(), value, "domains[" + std::to_string(i) + "]", DomainKinds(), keys);
+  CanonicalizeDomain(domain);
+  Document::Domain checked{domain["name"], Json::object(), {}};
+  Json contents = Json::object();
+  for (auto& [key, item] : domain.items()) {
+    (FindField(DomainKind().fields, key) ? checked.record : contents)[key] = std::move(item);
+  }
+  checked.contents = Json::to_cbor(contents);
   return checked;
 }
 
@@ -203,10 +231,14 @@ Json CheckedSystem(const Json& system) {
 
 }  // namespace
 
-Json ParseDocument(const std::string& text, const std::string& source) {
+Document ParseDocument(const std::string& text, const std::string& source) {
+  // Each domain is packed as soon as it is read: the file's values are never
+  // held all at once.
+  std::vector<std::vector<std::uint8_t>> domains;
   Json input;
   try {
-    input = Json::parse(text);
+    input = ParseSplittingDomains(text,
+                                  [&](Json&& domain) { domains.push_back(Json::to_cbor(domain)); });
   } catch (const Json::parse_error& e) {
     // nlohmann's message names the byte where reading stopped.
     throw CommandError(source + " is not valid JSON: " + e.what());
@@ -221,14 +253,24 @@ Json ParseDocument(const std::string& text, const std::string& source) {
     Refuse(source, "\"version\" must be " + std::to_string(kDocumentVersion));
   }
 
-  Json document = Json::object();
-  document["version"] = kDocumentVersion;
-  if (input.contains("system")) document["system"] = CheckedSystem(input["system"]);
-  if (input.contains("domains")) {
-    document["domains"] =
-        CheckedCollection(DomainKind(), input["domains"], "domains", DomainKinds());
+  Document document;
+  if (input.contains("system")) {
+    Json system = {{"system", CheckedSystem(input["system"])}};
+    Canonicalize(system);
+    document.system = std::move(system["system"]);
   }
-  Canonicalize(document);
+  if (input.contains("domains")) {
+    RequireArray(input["domains"], "domains");  // its elements were handed on
+    document.hasDomains = true;
+    std::set<std::vector<std::string>> keys;
+    for (size_t i = 0; i < domains.size(); ++i) {
+      Json domain = Json::from_cbor(domains[i]);
+      std::vector<std::uint8_t>().swap(domains[i]);
+      document.domains.push_back(CheckedDomain(domain, i, keys));
+    }
+    std::sort(document.domains.begin(), document.domains.end(),
+              [](const Document::Domain& a, const Document::Domain& b) { return a.name < b.name; });
+  }
   return document;
 }
 

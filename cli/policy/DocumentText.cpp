@@ -1,6 +1,7 @@
 // A document's canonical form and its text: what makes two exports of the
 // same store equal byte for byte.
 #include <algorithm>
+#include <ostream>
 
 #include "cli/policy/Document.h"
 
@@ -18,10 +19,20 @@ void SortSets(Json& object, const Kind& kind) {
   }
 }
 
+// Each object's key is made once: comparing keys made afresh on every
+// comparison costs more than the rest of an export.
 void SortCollection(Json& collection, const Kind& kind) {
-  for (Json& object : collection) SortSets(object, kind);
-  std::sort(collection.begin(), collection.end(),
-            [&](const Json& a, const Json& b) { return KeyParts(kind, a) < KeyParts(kind, b); });
+  std::vector<std::pair<std::vector<std::string>, size_t>> order;
+  order.reserve(collection.size());
+  for (size_t i = 0; i < collection.size(); ++i) {
+    SortSets(collection[i], kind);
+    order.emplace_back(KeyParts(kind, collection[i]), i);
+  }
+  if (std::is_sorted(order.begin(), order.end())) return;
+  std::sort(order.begin(), order.end());
+  Json sorted = Json::array();
+  for (auto& [key, i] : order) sorted.push_back(std::move(collection[i]));
+  collection = std::move(sorted);
 }
 
 bool HoldsOnlyPlainValues(const Json& array) {
@@ -29,31 +40,64 @@ bool HoldsOnlyPlainValues(const Json& array) {
                       [](const Json& item) { return item.is_structured(); });
 }
 
+// A text as dump() writes it; most texts need no escaping and skip the
+// serializer.
+void WriteText(const std::string& text, std::string& out) {
+  const bool plain = std::all_of(text.begin(), text.end(), [](char c) {
+    return c >= 0x20 && c != '"' && c != '\\' && c != 0x7f;
+  });
+  if (!plain) {
+    out += Json(text).dump();
+    return;
+  }
+  out += '"';
+  out += text;
+  out += '"';
+}
+
+void WriteScalar(const Json& value, std::string& out) {
+  if (value.is_string()) {
+    WriteText(value.get_ref<const std::string&>(), out);
+  } else if (value.is_boolean()) {
+    out += value.get<bool>() ? "true" : "false";
+  } else if (value.is_number_integer()) {
+    out += std::to_string(value.get<int64_t>());
+  } else {
+    out += value.dump();
+  }
+}
+
 void Write(const Json& value, int indent, std::string& out) {
-  const std::string inner(indent + 2, ' ');
   if (value.is_object() && !value.empty()) {
     out += "{\n";
     size_t i = 0;
     for (const auto& item : value.items()) {
-      out += inner + Json(item.key()).dump() + ": ";
+      out.append(indent + 2, ' ');
+      WriteText(item.key(), out);
+      out += ": ";
       Write(item.value(), indent + 2, out);
       out += ++i < value.size() ? ",\n" : "\n";
     }
-    out += std::string(indent, ' ') + "}";
+    out.append(indent, ' ');
+    out += "}";
   } else if (value.is_array() && !HoldsOnlyPlainValues(value)) {
     out += "[\n";
     for (size_t i = 0; i < value.size(); ++i) {
-      out += inner;
+      out.append(indent + 2, ' ');
       Write(value[i], indent + 2, out);
       out += i + 1 < value.size() ? ",\n" : "\n";
     }
-    out += std::string(indent, ' ') + "]";
+    out.append(indent, ' ');
+    out += "]";
   } else if (value.is_array()) {
     out += "[";
-    for (size_t i = 0; i < value.size(); ++i) out += (i ? ", " : "") + value[i].dump();
+    for (size_t i = 0; i < value.size(); ++i) {
+      if (i) out += ", ";
+      WriteScalar(value[i], out);
+    }
     out += "]";
   } else {
-    out += value.dump();
+    WriteScalar(value, out);
   }
 }
 
@@ -99,10 +143,55 @@ std::vector<std::string> KeyParts(const Kind& kind, const Json& object) {
   return parts;
 }
 
-std::string WriteDocument(const Json& document) {
-  std::string text;
-  Write(document, 0, text);
-  return text + "\n";
+DocumentWriter::DocumentWriter(std::ostream& out) : out_(out) {
+  out_ << "{\n  \"version\": " << kDocumentVersion << ",\n";
+}
+
+void DocumentWriter::System(const Json& system) {
+  std::string text = "  \"system\": ";
+  Write(system, 2, text);
+  out_ << text << ",\n";
+}
+
+void DocumentWriter::Domain(const Json& domain, const char* streamed,
+                            const std::function<Json()>& next) {
+  // Written out whenever this much has gathered.
+  constexpr size_t kChunk = 1 << 16;
+  std::string text = domains_++ ? ",\n    {\n" : "  \"domains\": [\n    {\n";
+  size_t i = 0;
+  for (const auto& [key, value] : domain.items()) {
+    text.append(6, ' ');
+    WriteText(key, text);
+    text += ": ";
+    if (key != streamed) {
+      Write(value, 6, text);
+    } else {
+      Json object = next();
+      const bool empty = object.is_null();
+      text += empty ? "[]" : "[\n";
+      for (bool first = true; !object.is_null(); object = next(), first = false) {
+        text += first ? "        " : ",\n        ";
+        Write(object, 8, text);
+        if (text.size() >= kChunk) {
+          out_ << text;
+          text.clear();
+        }
+      }
+      if (!empty) text += "\n      ]";
+    }
+    text += ++i < domain.size() ? ",\n" : "\n";
+  }
+  text += "    }";
+  out_ << text;
+}
+
+void DocumentWriter::Finish() { out_ << (domains_ ? "\n  ]\n}\n" : "  \"domains\": []\n}\n"); }
+
+void CanonicalizeDomain(Json& domain) {
+  SortSets(domain, DomainKind());
+  for (const Kind* kind : DomainKinds()) {
+    if (domain.contains(kind->collection)) SortCollection(domain[kind->collection], *kind);
+  }
 }
 
 void Canonicalize(Json& document) {
@@ -114,12 +203,8 @@ void Canonicalize(Json& document) {
     }
   }
   if (!document.contains("domains")) return;
+  for (Json& domain : document["domains"]) CanonicalizeDomain(domain);
   SortCollection(document["domains"], DomainKind());
-  for (Json& domain : document["domains"]) {
-    for (const Kind* kind : DomainKinds()) {
-      if (domain.contains(kind->collection)) SortCollection(domain[kind->collection], *kind);
-    }
-  }
 }
 
 }  // namespace xo::cli::policy

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "cli/policy/Document.h"
+#include "cli/policy/StoreIds.h"
 
 namespace xo::cli::policy {
 
@@ -20,5 +21,8 @@ const Kind& RuleGroupKind();
 const Kind& ResponseKind();
 const Kind& ResponseGroupKind();
 const Kind& PolicyKind();
+
+// A rule as the document gives it.
+Json RuleObject(const DomainIds::Rule& rule);
 
 }  // namespace xo::cli::policy

@@ -53,116 +53,41 @@ Json Overlaid(const Json& before, const Json& given) {
   return after;
 }
 
-const Json& ListOr(const Json& parent, const char* key, const Json& empty) {
-  return parent.contains(key) ? parent[key] : empty;
+// Realms in an order where each parent comes before its children.
+std::vector<Change> ParentsFirst(std::vector<Change> realms) {
+  std::map<std::string, size_t> index;
+  for (size_t i = 0; i < realms.size(); ++i) index[realms[i].Name()] = i;
+  std::vector<Change> ordered;
+  std::vector<int> state(realms.size(), 0);  // 0 new, 1 on the path, 2 placed
+  std::function<void(size_t)> place = [&](size_t i) {
+    if (state[i] != 0) return;  // placed, or a loop that the store refuses
+    state[i] = 1;
+    const Json& object = realms[i].after.is_null() ? realms[i].before : realms[i].after;
+    auto parent = index.find(realms[i].domain + "/" + object["parent"].get<std::string>());
+    if (parent != index.end()) place(parent->second);
+    state[i] = 2;
+    ordered.push_back(realms[i]);
+  };
+  for (size_t i = 0; i < realms.size(); ++i) place(i);
+  return ordered;
 }
 
-class Planner {
- public:
-  explicit Planner(const PlanOptions& options) : options_(options) {}
-
-  // Adds the creations and updates of one collection; keeps its deletions.
-  void Collection(const Kind& kind, const std::string& domain, const Json& stored,
-                  const Json& given, std::vector<Change>& deletions) {
-    std::map<std::vector<std::string>, const Json*> byKey;
-    for (const Json& object : stored) byKey[KeyParts(kind, object)] = &object;
-    std::vector<Change> changes;
-    for (const Json& object : given) {
-      auto found = byKey.find(KeyParts(kind, object));
-      if (found == byKey.end()) {
-        RequirePassword(kind, object);
-        changes.push_back(
-            {ChangeKind::Create, &kind, domain, nullptr, WithDefaults(kind, object), {}});
-        continue;
-      }
-      const Json& before = *found->second;
-      std::vector<FieldChange> fields = Differences(kind, before, object);
-      if (!fields.empty()) {
-        changes.push_back({ChangeKind::Update, &kind, domain, before, Overlaid(before, object),
-                           std::move(fields)});
-        KeepRunningAdminsRight(changes.back());
-      }
-      byKey.erase(found);
-    }
-    if (IsKind(kind, "realms")) changes = ParentsFirst(std::move(changes));
-    for (Change& change : changes) plan_.changes.push_back(std::move(change));
-    if (!options_.prune) return;
-
-    std::vector<Change> removed;
-    for (const auto& [key, object] : byKey) {
-      if (Kept(kind, *object)) continue;
-      removed.push_back({ChangeKind::Delete, &kind, domain, *object, nullptr, {}});
-    }
-    if (IsKind(kind, "realms")) {
-      removed = ParentsFirst(std::move(removed));
-      std::reverse(removed.begin(), removed.end());
-    }
-    for (Change& change : removed) deletions.push_back(std::move(change));
+void RequirePassword(const Kind& kind, const Json& object) {
+  if (!IsKind(kind, "administrators")) return;
+  bool directoryBound = object.contains("userDirectory") && object["userDirectory"] != "";
+  // "password": "" is said on purpose: an administrator who has none.
+  if (!directoryBound && !object.contains("password")) {
+    throw CommandError("administrator \"" + KeyOf(kind, object) +
+                       "\" is not in the store yet: give it a \"password\" (a text, or the hash "
+                       "that `export --include-secrets` writes), a \"userDirectory\" "
+                       "and \"scheme\" to log in through, or leave it out of the file");
   }
-
-  Plan Take() { return std::move(plan_); }
-  std::vector<Change>& Changes() { return plan_.changes; }
-
- private:
-  bool Kept(const Kind& kind, const Json& object) const {
-    if (IsKind(kind, "administrators") && object["name"] == options_.runningAdmin) return true;
-    return options_.keep.count(std::string(kind.collection) + "/" + KeyOf(kind, object)) > 0;
-  }
-
-  static void RequirePassword(const Kind& kind, const Json& object) {
-    if (!IsKind(kind, "administrators")) return;
-    bool directoryBound = object.contains("userDirectory") && object["userDirectory"] != "";
-    // "password": "" is said on purpose: an administrator who has none.
-    if (!directoryBound && !object.contains("password")) {
-      throw CommandError("administrator \"" + KeyOf(kind, object) +
-                         "\" is not in the store yet: give it a \"password\" (a text, or the hash "
-                         "that `export --include-secrets` writes), a \"userDirectory\" "
-                         "and \"scheme\" to log in through, or leave it out of the file");
-    }
-  }
-
-  // Every later change is made with the rights of the administrator applying
-  // the file, so the file may not take the system right away from them.
-  void KeepRunningAdminsRight(const Change& change) const {
-    if (!IsKind(*change.kind, "administrators") || change.after["name"] != options_.runningAdmin) {
-      return;
-    }
-    const bool had = (change.before["flags"].get<int32_t>() & XO_ADMIN_SYSTEM) != 0;
-    const bool keeps = (change.after["flags"].get<int32_t>() & XO_ADMIN_SYSTEM) != 0;
-    if (had && !keeps) {
-      throw CommandError("the file takes the system right from administrator \"" +
-                         options_.runningAdmin +
-                         "\", who is applying it: apply it as another system administrator");
-    }
-  }
-
-  // Realms in an order where each parent comes before its children.
-  static std::vector<Change> ParentsFirst(std::vector<Change> realms) {
-    std::map<std::string, size_t> index;
-    for (size_t i = 0; i < realms.size(); ++i) index[realms[i].Name()] = i;
-    std::vector<Change> ordered;
-    std::vector<int> state(realms.size(), 0);  // 0 new, 1 on the path, 2 placed
-    std::function<void(size_t)> place = [&](size_t i) {
-      if (state[i] != 0) return;  // placed, or a loop that the store refuses
-      state[i] = 1;
-      const Json& object = realms[i].after.is_null() ? realms[i].before : realms[i].after;
-      auto parent = index.find(realms[i].domain + "/" + object["parent"].get<std::string>());
-      if (parent != index.end()) place(parent->second);
-      state[i] = 2;
-      ordered.push_back(realms[i]);
-    };
-    for (size_t i = 0; i < realms.size(); ++i) place(i);
-    return ordered;
-  }
-
-  const PlanOptions& options_;
-  Plan plan_;
-};
+}
 
 std::string Shown(const Json& value) { return value.dump(); }
 
 // How a changed field is told: sets by what joins and leaves them.
-std::string FieldText(const Change& change, const FieldChange& field) {
+std::string FieldText(const PlannedChange& change, const FieldChange& field) {
   if (field.field == "password" || field.field == "bindPassword") {
     return field.field + ": (hidden) -> (hidden)";
   }
@@ -184,6 +109,87 @@ std::string FieldText(const Change& change, const FieldChange& field) {
 
 }  // namespace
 
+void Planner::Collection(const Kind& kind, const std::string& domain, const Json& stored,
+                         const Json& given, std::vector<PlannedChange>& deletions) {
+  std::map<std::vector<std::string>, const Json*> byKey;
+  for (const Json& object : stored) byKey[KeyParts(kind, object)] = &object;
+  std::vector<Change> changes;
+  const auto add = [&](Change change) {
+    if (IsKind(kind, "realms")) {
+      changes.push_back(std::move(change));
+    } else {
+      plan_.changes.push_back(PlannedChange::Packed(change));
+    }
+  };
+  for (const Json& object : given) {
+    auto found = byKey.find(KeyParts(kind, object));
+    if (found == byKey.end()) {
+      RequirePassword(kind, object);
+      add({ChangeKind::Create, &kind, domain, nullptr, WithDefaults(kind, object), {}});
+      continue;
+    }
+    const Json& before = *found->second;
+    std::vector<FieldChange> fields = Differences(kind, before, object);
+    if (!fields.empty()) {
+      Change change{ChangeKind::Update, &kind, domain, before, Overlaid(before, object),
+                    std::move(fields)};
+      KeepRunningAdminsRight(change);
+      add(std::move(change));
+    }
+    byKey.erase(found);
+  }
+  for (Change& change : ParentsFirst(std::move(changes))) {
+    plan_.changes.push_back(PlannedChange::Packed(change));
+  }
+  if (!options_.prune) return;
+
+  std::vector<Change> removed;
+  for (const auto& [key, object] : byKey) {
+    if (Kept(kind, *object)) continue;
+    removed.push_back({ChangeKind::Delete, &kind, domain, *object, nullptr, {}});
+  }
+  if (IsKind(kind, "realms")) {
+    removed = ParentsFirst(std::move(removed));
+    std::reverse(removed.begin(), removed.end());
+  }
+  for (const Change& change : removed) deletions.push_back(PlannedChange::Packed(change));
+}
+
+bool Planner::Kept(const Kind& kind, const Json& object) const {
+  if (IsKind(kind, "administrators") && object["name"] == options_.runningAdmin) return true;
+  return options_.keep.count(std::string(kind.collection) + "/" + KeyOf(kind, object)) > 0;
+}
+
+// Every later change is made with the rights of the administrator applying
+// the file, so the file may not take the system right away from them.
+void Planner::KeepRunningAdminsRight(const Change& change) const {
+  if (!IsKind(*change.kind, "administrators") || change.after["name"] != options_.runningAdmin) {
+    return;
+  }
+  const bool had = (change.before["flags"].get<int32_t>() & XO_ADMIN_SYSTEM) != 0;
+  const bool keeps = (change.after["flags"].get<int32_t>() & XO_ADMIN_SYSTEM) != 0;
+  if (had && !keeps) {
+    throw CommandError("the file takes the system right from administrator \"" +
+                       options_.runningAdmin +
+                       "\", who is applying it: apply it as another system administrator");
+  }
+}
+
+PlannedChange PlannedChange::Packed(const Change& change) {
+  const auto pack = [](const Json& object) {
+    return object.is_null() ? std::vector<std::uint8_t>() : Json::to_cbor(object);
+  };
+  return {change.what,         change.kind,        change.domain,
+          pack(change.before), pack(change.after), change.fields};
+}
+
+Change PlannedChange::Unpacked() const {
+  const auto unpack = [](const std::vector<std::uint8_t>& packed) {
+    return packed.empty() ? Json() : Json::from_cbor(packed);
+  };
+  return {what, kind, domain, unpack(before), unpack(after), fields};
+}
+
 std::string Change::Name() const {
   const Json& object = after.is_null() ? before : after;
   std::string key = KeyOf(*kind, object);
@@ -198,71 +204,7 @@ bool Change::Changes(const char* field) const {
 
 size_t Plan::Count(ChangeKind what) const {
   return std::count_if(changes.begin(), changes.end(),
-                       [&](const Change& change) { return change.what == what; });
-}
-
-Plan MakePlan(const Json& current, const Json& desired, const PlanOptions& options) {
-  static const Json kNone = Json::array();
-  Planner planner(options);
-  std::vector<std::vector<Change>> systemDeletions(SystemKinds().size());
-  std::vector<Change> domainDeletions;
-
-  if (desired.contains("system")) {
-    const Json& stored = ListOr(current, "system", Json::object());
-    for (size_t i = 0; i < SystemKinds().size(); ++i) {
-      const Kind& kind = *SystemKinds()[i];
-      if (!desired["system"].contains(kind.collection)) continue;
-      planner.Collection(kind, "", ListOr(stored, kind.collection, kNone),
-                         desired["system"][kind.collection], systemDeletions[i]);
-    }
-  }
-
-  if (desired.contains("domains")) {
-    const Json& storedDomains = ListOr(current, "domains", kNone);
-    // The domains themselves; their contents follow, domain by domain.
-    Json givenDomains = Json::array();
-    for (const Json& domain : desired["domains"]) {
-      Json own = Json::object();
-      for (const FieldSpec& field : DomainKind().fields) {
-        if (domain.contains(field.key)) own[field.key] = domain[field.key];
-      }
-      givenDomains.push_back(std::move(own));
-    }
-    // Whole domains are deleted only when the file describes the whole store.
-    PlanOptions domainOptions = options;
-    domainOptions.prune = options.prune && desired.contains("system");
-    Planner domainPlanner(domainOptions);
-    domainPlanner.Collection(DomainKind(), "", storedDomains, givenDomains, domainDeletions);
-    for (Change& change : domainPlanner.Changes()) planner.Changes().push_back(std::move(change));
-
-    std::vector<Change> contentDeletions;
-    for (const Json& domain : desired["domains"]) {
-      std::string name = domain["name"];
-      const Json* stored = &kNone;
-      for (const Json& candidate : storedDomains) {
-        if (candidate["name"] == name) stored = &candidate;
-      }
-      std::vector<std::vector<Change>> perKind(DomainKinds().size());
-      for (size_t i = 0; i < DomainKinds().size(); ++i) {
-        const Kind& kind = *DomainKinds()[i];
-        if (!domain.contains(kind.collection)) continue;
-        planner.Collection(kind, name, ListOr(*stored, kind.collection, kNone),
-                           domain[kind.collection], perKind[i]);
-      }
-      for (auto kind = perKind.rbegin(); kind != perKind.rend(); ++kind) {
-        for (Change& change : *kind) contentDeletions.push_back(std::move(change));
-      }
-    }
-    contentDeletions.insert(contentDeletions.end(), domainDeletions.begin(), domainDeletions.end());
-    domainDeletions = std::move(contentDeletions);
-  }
-
-  Plan plan = planner.Take();
-  for (Change& change : domainDeletions) plan.changes.push_back(std::move(change));
-  for (auto kind = systemDeletions.rbegin(); kind != systemDeletions.rend(); ++kind) {
-    for (Change& change : *kind) plan.changes.push_back(std::move(change));
-  }
-  return plan;
+                       [&](const PlannedChange& change) { return change.what == what; });
 }
 
 void PrintPlan(std::ostream& out, const Plan& plan) {
@@ -270,7 +212,7 @@ void PrintPlan(std::ostream& out, const Plan& plan) {
     out << "no changes\n";
     return;
   }
-  for (const Change& change : plan.changes) {
+  for (const PlannedChange& change : plan.changes) {
     std::string label = change.kind->label;
     switch (change.what) {
       case ChangeKind::Create:

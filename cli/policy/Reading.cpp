@@ -1,8 +1,10 @@
 #include "cli/policy/Reading.h"
 
 #include <algorithm>
+#include <tuple>
 
 #include "cli/Records.h"
+#include "cli/policy/Kinds.h"
 
 namespace xo::cli::policy {
 
@@ -45,32 +47,66 @@ std::vector<std::string> DomainNames(PolicyApiSession* handle) {
   return Distinct(list);
 }
 
-Json ReadStore(const Connection& connection, const ReadScope& scope) {
-  Json document = Json::object();
-  document["version"] = kDocumentVersion;
-  if (scope.system) {
-    Reader reader(connection, scope);
-    Json system = Json::object();
-    for (const Kind* kind : SystemKinds()) system[kind->collection] = kind->read(reader);
-    document["system"] = std::move(system);
-  }
+Json ReadSystem(const Connection& connection, const ReadScope& scope) {
+  Reader reader(connection, scope);
+  Json system = Json::object();
+  for (const Kind* kind : SystemKinds()) system[kind->collection] = kind->read(reader);
+  Json document = {{"system", std::move(system)}};
+  Canonicalize(document);
+  return std::move(document["system"]);
+}
+
+std::vector<std::string> DomainsInScope(const Connection& connection, const ReadScope& scope) {
   const std::vector<std::string> existing = DomainNames(connection.Handle());
   std::vector<std::string> wanted = scope.domains ? Distinct(*scope.domains) : existing;
   // Only domains that exist: reading a missing one would fail.
   std::erase_if(wanted, [&](const std::string& name) {
     return std::find(existing.begin(), existing.end(), name) == existing.end();
   });
-  Json domains = Json::array();
-  for (const std::string& name : wanted) {
-    Reader reader(connection, scope, name);
-    for (Json& domain : DomainKind().read(reader)) {
-      for (const Kind* kind : DomainKinds()) domain[kind->collection] = kind->read(reader);
-      domains.push_back(std::move(domain));
+  std::sort(wanted.begin(), wanted.end());
+  return wanted;
+}
+
+namespace {
+
+// A domain with its contents, less the collection of `streamed`, whose key
+// is left in its place.
+Json ReadDomainOf(Reader& reader, bool contents, const Kind* streamed = nullptr) {
+  Json read = DomainKind().read(reader);
+  if (read.empty()) return nullptr;  // gone since it was listed
+  Json domain = std::move(read.front());
+  if (contents) {
+    for (const Kind* kind : DomainKinds()) {
+      domain[kind->collection] = kind == streamed ? Json::array() : kind->read(reader);
     }
   }
-  document["domains"] = std::move(domains);
-  Canonicalize(document);
-  return document;
+  CanonicalizeDomain(domain);
+  return domain;
+}
+
+}  // namespace
+
+Json ReadDomain(const Connection& connection, const ReadScope& scope, const std::string& name,
+                bool contents) {
+  Reader reader(connection, scope, name);
+  return ReadDomainOf(reader, contents);
+}
+
+void WriteDomain(const Connection& connection, const ReadScope& scope, const std::string& name,
+                 DocumentWriter& writer) {
+  Reader reader(connection, scope, name);
+  const Json domain = ReadDomainOf(reader, true, &RuleKind());
+  if (domain.is_null()) return;
+  const std::vector<DomainIds::Rule>& rules = reader.Ids().Rules();
+  std::vector<size_t> order(rules.size());
+  for (size_t i = 0; i < order.size(); ++i) order[i] = i;
+  std::stable_sort(order.begin(), order.end(), [&](size_t a, size_t b) {
+    return std::tie(rules[a].realm, rules[a].name) < std::tie(rules[b].realm, rules[b].name);
+  });
+  size_t next = 0;
+  writer.Domain(domain, RuleKind().collection, [&]() -> Json {
+    return next < order.size() ? RuleObject(rules[order[next++]]) : nullptr;
+  });
 }
 
 }  // namespace xo::cli::policy

@@ -2,7 +2,7 @@
 // library's Get and listing functions; where the library tells only a name
 // and not which object it means, the store's identifiers say it (StoreIds.h).
 // The readers of the kinds take objects and lists in the store's order;
-// ReadStore puts the whole into its canonical order.
+// ReadSystem and ReadDomain put them into their canonical order.
 #pragma once
 
 #include <map>
@@ -33,9 +33,20 @@ struct ReadScope {
   std::vector<std::string>* builtIn = nullptr;
 };
 
-// The store as a canonical document. Domains named in the scope that do not
-// exist are left out. Throws CommandError when a read fails.
-Json ReadStore(const Connection& connection, const ReadScope& scope);
+// The store is read a part at a time, each part in canonical order; reads
+// that fail throw CommandError.
+// The "system" section.
+Json ReadSystem(const Connection& connection, const ReadScope& scope);
+// The names of the scope's domains that exist, in the document's order.
+std::vector<std::string> DomainsInScope(const Connection& connection, const ReadScope& scope);
+// One domain: its own record and, with `contents`, every object it holds;
+// null when it is gone.
+Json ReadDomain(const Connection& connection, const ReadScope& scope, const std::string& name,
+                bool contents = true);
+// Reads one domain whole into `writer`, its rules (the bulk of a large domain)
+// a rule at a time.
+void WriteDomain(const Connection& connection, const ReadScope& scope, const std::string& name,
+                 DocumentWriter& writer);
 
 // The names of every domain of the store.
 std::vector<std::string> DomainNames(PolicyApiSession* handle);

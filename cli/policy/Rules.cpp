@@ -1,6 +1,6 @@
 // Rules: named within their realm, so that one name may stand for a rule in
 // each of several realms. The domain lists rule names only; which realms
-// hold a rule of each name comes from the store's identifiers.
+// hold a rule of each name, and the rules themselves, come from the store.
 #include "cli/policy/Kinds.h"
 #include "cli/policy/Reading.h"
 #include "cli/policy/Writing.h"
@@ -11,23 +11,11 @@ namespace {
 using enum FieldType;
 using R = RuleRecord;
 
+// The domain's listing holds every rule whole; a rule's texts are never
+// longer than a record's field, as the library saved them.
 Json Read(Reader& reader) {
   Json rules = Json::array();
-  for (const DomainIds::Rule& rule : reader.Ids().Rules()) {
-    RecordList<R> list;
-    Check(Xo_PolicyApi_GetRule(reader.Handle(), rule.name.c_str(), rule.realm.c_str(),
-                               reader.Domain().c_str(), list.Out()),
-          "cannot read rule " + Quoted(rule.name) + " in realm " + Quoted(rule.realm) +
-              reader.Where());
-    for (const R* r : list.Items()) {
-      rules.push_back(
-          {{"realm", rule.realm},
-           {"name", FieldText(r->name)},
-           {"description", FieldText(r->description)},
-           {"texts", {FieldText(r->ruleText1), FieldText(r->ruleText2), FieldText(r->ruleText3)}},
-           {"flags", FlagList({r->ruleFlag1, r->ruleFlag2, r->ruleFlag3})}});
-    }
-  }
+  for (const DomainIds::Rule& rule : reader.Ids().Rules()) rules.push_back(RuleObject(rule));
   return rules;
 }
 
@@ -55,6 +43,14 @@ void Remove(Writer& writer, const Change& change) {
 }
 
 }  // namespace
+
+Json RuleObject(const DomainIds::Rule& rule) {
+  return {{"realm", rule.realm},
+          {"name", rule.name},
+          {"description", rule.description},
+          {"texts", {rule.texts[0], rule.texts[1], rule.texts[2]}},
+          {"flags", {rule.flags[0], rule.flags[1], rule.flags[2]}}};
+}
 
 const Kind& RuleKind() {
   static const Kind kind{"rules",

@@ -33,8 +33,12 @@ DomainIds::DomainIds(const Connection& connection, const std::string& domain) : 
         if (realm == realmByOid_.end()) {
           throw CommandError("rule " + Quoted(rule.GetName()) + where + " lies in no realm of it");
         }
-        rules_.push_back({realm->second, rule.GetName()});
-        ruleByOid_[rule.GetOid().GetOidString()] = rules_.back();
+        rules_.push_back({realm->second,
+                          rule.GetName(),
+                          rule.GetDescription(),
+                          {rule.GetText1(), rule.GetText2(), rule.GetText3()},
+                          {rule.GetFlag1(), rule.GetFlag2(), rule.GetFlag3()}});
+        ruleByOid_[rule.GetOid().GetOidString()] = rules_.size() - 1;
       });
   ForEachStoreObject<CXoObjRuleGroup>(
       connection, "rule groups" + where, InDomain(domainOid_), [&](const CXoObjRuleGroup& group) {
@@ -60,7 +64,8 @@ Json DomainIds::RuleGroupMembers(const std::string& group) const {
   if (found == membersByGroup_.end()) return members;
   for (const CXoObjId& member : found->second) {
     if (auto rule = ruleByOid_.find(member.GetOidString()); rule != ruleByOid_.end()) {
-      members.push_back({{"realm", rule->second.realm}, {"rule", rule->second.name}});
+      const Rule& found = rules_[rule->second];
+      members.push_back({{"realm", found.realm}, {"rule", found.name}});
     } else if (auto nested = groupByOid_.find(member.GetOidString()); nested != groupByOid_.end()) {
       members.push_back({{"group", nested->second}});
     } else {

@@ -22,9 +22,13 @@ class DomainIds {
   struct Rule {
     std::string realm;
     std::string name;
+    std::string description;
+    std::string texts[3];
+    bool flags[3];
   };
-  // Every rule of the domain, in the order they were made. A rule name is
-  // unique only within its realm.
+  // Every rule of the domain, in the order they were made, as the one listing
+  // read them: reading the rules one by one again would cost a store round
+  // trip each. A rule name is unique only within its realm.
   const std::vector<Rule>& Rules() const { return rules_; }
   // The name of a realm's parent realm; empty for a realm directly under the
   // domain (which the library reads back as the domain's name).
@@ -39,7 +43,7 @@ class DomainIds {
   std::map<std::string, std::string> realmByOid_;
   std::map<std::string, std::string> parentOidByRealm_;
   std::vector<Rule> rules_;
-  std::map<std::string, Rule> ruleByOid_;
+  std::map<std::string, size_t> ruleByOid_;  // index in rules_
   std::map<std::string, std::string> groupByOid_;
   std::map<std::string, CXoObjIdArray> membersByGroup_;
 };

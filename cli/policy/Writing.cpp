@@ -1,6 +1,7 @@
 #include "cli/policy/Writing.h"
 
 #include <algorithm>
+#include <deque>
 
 #include "cli/CommandGroups.h"
 #include "cli/Output.h"
@@ -43,7 +44,10 @@ bool Writer::RecordChanges(std::initializer_list<const char*> lists) const {
   });
 }
 
-void Writer::Later(std::function<void()> step) { later_.emplace_back(change_, std::move(step)); }
+void Writer::Later(std::function<void()> step) {
+  later_.emplace_back(change_, std::move(step));
+  ++stepsPutOff_;
+}
 
 void Writer::RunLater() {
   for (auto& [change, step] : later_) {
@@ -55,9 +59,15 @@ void Writer::RunLater() {
 
 void ApplyPlan(const Connection& connection, const Plan& plan, const Progress& progress) {
   Writer writer(connection);
+  // A change is unpacked only while it is carried out, or while a step of it
+  // waits for every object to exist.
+  std::deque<Change> waiting;
   size_t done = 0;
-  for (const Change& change : plan.changes) {
-    writer.Apply(change);
+  for (const PlannedChange& planned : plan.changes) {
+    const size_t steps = writer.StepsPutOff();
+    waiting.push_back(planned.Unpacked());
+    writer.Apply(waiting.back());
+    if (writer.StepsPutOff() == steps) waiting.pop_back();
     if (progress) progress(++done, plan.changes.size());
   }
   writer.RunLater();

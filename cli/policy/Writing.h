@@ -48,11 +48,14 @@ class Writer {
   // current change run once every object exists, before anything is deleted.
   void Later(std::function<void()> step);
   void RunLater();
+  // How many steps were ever put off.
+  size_t StepsPutOff() const { return stepsPutOff_; }
 
  private:
   const Connection& connection_;
   const Change* change_ = nullptr;
   std::vector<std::pair<const Change*, std::function<void()>>> later_;
+  size_t stepsPutOff_ = 0;
 };
 
 }  // namespace xo::cli::policy

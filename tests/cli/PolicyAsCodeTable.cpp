@@ -78,6 +78,14 @@ const Case kApplyCases[] = {
     export --domain Intranet | !/system | /domains/0/name=Intranet | !/domains/1
     export --domain Extranet => 1 | Extranet)",
      true, "--include-password-hashes"},
+    // An export is written as it is read: one that fails is never taken for
+    // a whole document, and a file it was to replace stays as it was.
+    {"AFailedExportSaysSoAndKeepsTheFileItWasToReplace", R"(
+    apply - | < @INTRANET ; export --output @DIR/policy.json
+    export --output /dev/full => 1 | cannot write /dev/full | incomplete
+    XO_PASSWORD=wrong export --output @DIR/policy.json => 4
+    export --domain Extranet --output @DIR/policy.json => 1 | there is no domain
+    apply @DIR/policy.json | =no changes\n)"},
     {"ChangedFieldsAreUpdatedInPlace", R"(
     apply - | < @INTRANET
     realm update portal --domain Intranet --description 'all pages'

@@ -156,4 +156,50 @@ int64_t RuleFloorTable::SelectAll() {
   return count;
 }
 
+MemberFloorTable::MemberFloorTable(int64_t members) {
+  bool fresh = false;
+  db_ = OpenFloor("member-floor-" + std::to_string(members) + ".db", fresh);
+  if (fresh) {
+    Exec(db_, "CREATE TABLE rules(seq INTEGER PRIMARY KEY, oid TEXT NOT NULL UNIQUE, name TEXT)");
+    Exec(db_,
+         "CREATE TABLE members(grp TEXT NOT NULL, pos INTEGER NOT NULL, member TEXT NOT NULL, "
+         "PRIMARY KEY (grp, pos))");
+    sqlite3_stmt* rule = Prepare(db_, "INSERT INTO rules(oid, name) VALUES(?1, ?2)");
+    sqlite3_stmt* member =
+        Prepare(db_, "INSERT INTO members(grp, pos, member) VALUES('group', ?1, ?2)");
+    Fill(db_, members, [&](int64_t i) {
+      char oid[48];
+      NextOid("0b", oid);
+      const std::string name = RuleName(i);
+      sqlite3_bind_text(rule, 1, oid, -1, SQLITE_TRANSIENT);
+      sqlite3_bind_text(rule, 2, name.c_str(), -1, SQLITE_TRANSIENT);
+      sqlite3_bind_int64(member, 1, i);
+      sqlite3_bind_text(member, 2, oid, -1, SQLITE_TRANSIENT);
+      const bool ok = sqlite3_step(rule) == SQLITE_DONE && sqlite3_step(member) == SQLITE_DONE;
+      sqlite3_reset(rule);
+      sqlite3_reset(member);
+      return ok;
+    });
+    sqlite3_finalize(rule);
+    sqlite3_finalize(member);
+  }
+  select_ = Prepare(db_,
+                    "SELECT m.member, r.name FROM members m JOIN rules r ON r.oid = m.member "
+                    "WHERE m.grp = 'group' ORDER BY m.pos");
+}
+
+MemberFloorTable::~MemberFloorTable() {
+  sqlite3_finalize(select_);
+  sqlite3_close(db_);
+}
+
+int64_t MemberFloorTable::SelectNames() {
+  int64_t count = 0;
+  while (sqlite3_step(select_) == SQLITE_ROW) {
+    if (sqlite3_column_text(select_, 0) && sqlite3_column_text(select_, 1)) ++count;
+  }
+  sqlite3_reset(select_);
+  return count;
+}
+
 }  // namespace xo::bench

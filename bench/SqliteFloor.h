@@ -53,4 +53,23 @@ class RuleFloorTable {
   sqlite3_stmt* selectAll_ = nullptr;
 };
 
+// The floor under a group's listing: `members` rules as above, and a
+// membership table naming each of them in one group.
+class MemberFloorTable {
+ public:
+  explicit MemberFloorTable(int64_t members);
+  ~MemberFloorTable();
+  MemberFloorTable(const MemberFloorTable&) = delete;
+  MemberFloorTable& operator=(const MemberFloorTable&) = delete;
+
+  // The names of the group's members in list order: one range select over
+  // the membership, each row joined to its rule by the rule's key; the
+  // number of rows read.
+  int64_t SelectNames();
+
+ private:
+  sqlite3* db_ = nullptr;
+  sqlite3_stmt* select_ = nullptr;
+};
+
 }  // namespace xo::bench

@@ -18,7 +18,8 @@ namespace xo::test {
   X(LookupAdmin) X(BeginSession) X(EndSession) X(ReadRights) X(Fetch) X(Save) X(Search) \
   X(SearchMultiple) X(Delete) X(InvalidateCache) X(FetchProperty) X(SaveProperty)       \
   X(BeginTransaction) X(CommitTransaction) X(RollbackTransaction) X(ReadSetting)        \
-  X(ReadAudit) X(ReadInfo) X(FetchWithoutSession) X(BeginChange) X(EndChange)
+  X(ReadAudit) X(ReadInfo) X(FetchWithoutSession) X(BeginChange) X(EndChange)          \
+  X(FetchListNames) X(AddListMember) X(RemoveListMember)
 // clang-format on
 
 #define XO_STORE_OP_ENUM(name) name,

@@ -47,7 +47,8 @@ class CXoObjStore {
                               const std::string& sessionId);
   // An identifier-list property of the object, and the name of each object
   // it names, in list order: what a listing of names needs, read in one go.
-  // kNotFound when an identifier names no object.
+  // kNotFound when an identifier names no object; one of a class the list
+  // does not hold comes with an empty name.
   static int32_t FetchListNames(const CXoObjBase& object, uint32_t prop, CXoObjIdArray& ids,
                                 std::vector<std::string>& names, const std::string& sessionId);
   // Adds one member at the end of an object's stored list (kExists when the

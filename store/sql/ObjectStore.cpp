@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
+#include <cstdio>
 #include <deque>
 #include <unordered_set>
 
@@ -560,18 +561,19 @@ std::string ListNamesQuery(const XoPropDef& def, const Dialect& dialect) {
     }
     return select + " ORDER BY seq";
   }
-  std::string names;
-  std::string joins;
+  // Each member is looked up only in the table of its class, which its
+  // identifier begins with ("0b-" for a rule).
+  std::string name = "CASE substr(l.member, 1, 3)";
   for (int32_t cls : def.refClasses) {
     const CXoObjDictProp& members = *SqlFor(cls, dialect)->dict;
-    const std::string alias = "m" + std::to_string(cls);
-    names += (names.empty() ? "" : ", ") + alias + "." + NameColumn(members);
-    joins += " LEFT JOIN " + std::string(members.Table()) + " " + alias + " ON " + alias +
-             ".oid = l.member";
+    char prefix[8];
+    std::snprintf(prefix, sizeof prefix, "%02x-", static_cast<unsigned>(cls));
+    name += " WHEN '" + std::string(prefix) + "' THEN (SELECT " + NameColumn(members) + " FROM " +
+            members.Table() + " WHERE oid = l.member)";
   }
-  if (def.refClasses.size() > 1) names = "coalesce(" + names + ")";
-  return "SELECT l.member, " + names + " FROM xo_list l" + joins +
-         " WHERE l.owner = ?1 AND l.prop = " + std::to_string(def.number) + " ORDER BY l.pos";
+  return "SELECT l.member, " + name +
+         " END FROM xo_list l WHERE l.owner = ?1 AND l.prop = " + std::to_string(def.number) +
+         " ORDER BY l.pos";
 }
 
 }  // namespace
@@ -593,9 +595,11 @@ void ObjectStore::ReadListNames(const CXoObjBase& object, uint32_t prop, CXoObjI
     list->Bind(1, object.GetOid().GetOidString());
   }
   while (list->Step()) {
-    if (list->IsNull(1)) Fail(kNotFound);
     ids.emplace_back(list->Text(0));
-    names.push_back(list->Text(1));
+    // No table of the list's classes holds the member: it is gone, or of a
+    // class the list does not hold, which is for the caller to judge.
+    if (list->IsNull(1) && Contains(def.refClasses, ids.back().GetOidClass())) Fail(kNotFound);
+    names.push_back(list->IsNull(1) ? std::string() : list->Text(1));
   }
 }
 

@@ -53,11 +53,12 @@ class RuleFloorTable {
   sqlite3_stmt* selectAll_ = nullptr;
 };
 
-// The floor under a group's listing: `members` rules as above, and a
-// membership table naming each of them in one group.
+// The floor under a group's listing: a table of `rules` rules keyed, as the
+// store's are, by random identifiers, and a membership table naming the
+// first `members` of them in one group.
 class MemberFloorTable {
  public:
-  explicit MemberFloorTable(int64_t members);
+  MemberFloorTable(int64_t members, int64_t rules);
   ~MemberFloorTable();
   MemberFloorTable(const MemberFloorTable&) = delete;
   MemberFloorTable& operator=(const MemberFloorTable&) = delete;

@@ -37,34 +37,18 @@ int32_t FillRecord(DomainRecord& record, const CXoObjDomain& domain) {
   return XO_OK;
 }
 
-struct DomainListing {
-  uint32_t kind;
-  uint32_t domainProp;
-  NameReader read;
+// Each kind is read with the name its class keeps (property 2 of groups,
+// rules, policies, realms and responses; 1 of directories and administrators).
+constexpr KindListing kListings[] = {
+    {XO_DOMAIN_RULES, CXoObjDomain::Rules},
+    {XO_DOMAIN_RULE_GROUPS, CXoObjDomain::RuleGroups},
+    {XO_DOMAIN_POLICIES, CXoObjDomain::Policies},
+    {XO_DOMAIN_REALMS, CXoObjDomain::Realms},
+    {XO_DOMAIN_RESPONSE_GROUPS, CXoObjDomain::ResponseGroups},
+    {XO_DOMAIN_RESPONSES, CXoObjDomain::Responses},
+    {XO_DOMAIN_USER_DIRECTORIES, CXoObjDomain::UserDirectories},
+    {XO_DOMAIN_ADMINISTRATORS, CXoObjDomain::Admins},
 };
-
-// Group classes keep their name in property 2, directories and
-// administrators in property 1.
-constexpr DomainListing kListings[] = {
-    {XO_DOMAIN_RULES, CXoObjDomain::Rules, FetchedName<CXoObjRule>},
-    {XO_DOMAIN_RULE_GROUPS, CXoObjDomain::RuleGroups,
-     NameProperty<CXoObjRuleGroup, CXoObjRuleGroup::Name>},
-    {XO_DOMAIN_POLICIES, CXoObjDomain::Policies, FetchedName<CXoObjPolicy>},
-    {XO_DOMAIN_REALMS, CXoObjDomain::Realms, FetchedName<CXoObjRealm>},
-    {XO_DOMAIN_RESPONSE_GROUPS, CXoObjDomain::ResponseGroups,
-     NameProperty<CXoObjResponseGroup, CXoObjResponseGroup::Name>},
-    {XO_DOMAIN_RESPONSES, CXoObjDomain::Responses, FetchedName<CXoObjResponse>},
-    {XO_DOMAIN_USER_DIRECTORIES, CXoObjDomain::UserDirectories,
-     NameProperty<CXoObjUserDirectory, CXoObjUserDirectory::Name>},
-    {XO_DOMAIN_ADMINISTRATORS, CXoObjDomain::Admins, NameProperty<CXoObjAdmin, CXoObjAdmin::Name>},
-};
-
-const DomainListing* FindListing(uint32_t kind) {
-  for (const DomainListing& listing : kListings) {
-    if (listing.kind == kind) return &listing;
-  }
-  return nullptr;
-}
 
 }  // namespace
 
@@ -104,24 +88,13 @@ XO_API Xo_PolicyApi_GetDomainObjectNames(PolicyApiSession* handle, const char* d
     Call call;
     if (int32_t rc = call.OpenDomain(handle, {names}, ArgText(domainName)); rc != XO_OK) return rc;
     if (objectKind == 0) return XO_ERR_GENERAL;
-    const DomainListing* listing = FindListing(objectKind);
+    const KindListing* listing = FindListing(kListings, objectKind);
     if (listing == nullptr) return XO_ERR_BAD_OBJECT_KIND;
 
-    CXoObjDomain domain(call.Domain());
-    CXoObjIdArray ids;
-    if (int32_t rc = FetchIdList(call.Sid(), domain, listing->domainProp, ids, AbsentList::IsEmpty);
-        rc != XO_OK) {
-      return rc;
-    }
-    StringArray array;
-    if (!array.Allocate(ids.size())) return XO_ERR_GENERAL;
-    // Once the array exists it is handed out, also when a name cannot be read
-    // or copied: the slots from that entry on are null, so the caller can
-    // still free it whole.
-    int32_t readCode = XO_OK;
-    const ListingStop stop = AppendNames(call.Sid(), ids, listing->read, array, readCode);
-    *names = array.HandOver();
-    if (stop == ListingStop::OutOfMemory) return XO_ERR_GENERAL;
-    return readCode;
+    // Once the array exists it is handed out, also when a name cannot be
+    // copied: the slots from that entry on are null, so the caller can still
+    // free it whole.
+    return HandOutNames(call.Sid(), CXoObjDomain(call.Domain()), listing->listProp,
+                        ShortArray::HandedOut, names);
   });
 }

@@ -10,27 +10,14 @@ using namespace xo::frame;
 
 namespace {
 
-struct GlobalListing {
-  uint32_t kind;
-  uint32_t rootProp;
-  NameReader read;
+constexpr KindListing kListings[] = {
+    {XO_GLOBAL_USER_DIRECTORIES, CXoObjRoot::UserDirectories},
+    {XO_GLOBAL_SCHEMES, CXoObjRoot::Schemes},
+    {XO_GLOBAL_AGENTS, CXoObjRoot::Agents},
+    {XO_GLOBAL_AGENT_GROUPS, CXoObjRoot::AgentGroups},
+    {XO_GLOBAL_DOMAINS, CXoObjRoot::Domains},
+    {XO_GLOBAL_ADMINISTRATORS, CXoObjRoot::Admins},
 };
-
-constexpr GlobalListing kListings[] = {
-    {XO_GLOBAL_USER_DIRECTORIES, CXoObjRoot::UserDirectories, FetchedName<CXoObjUserDirectory>},
-    {XO_GLOBAL_SCHEMES, CXoObjRoot::Schemes, FetchedName<CXoObjScheme>},
-    {XO_GLOBAL_AGENTS, CXoObjRoot::Agents, FetchedName<CXoObjDevice>},
-    {XO_GLOBAL_AGENT_GROUPS, CXoObjRoot::AgentGroups, FetchedName<CXoObjDeviceGroup>},
-    {XO_GLOBAL_DOMAINS, CXoObjRoot::Domains, FetchedName<CXoObjDomain>},
-    {XO_GLOBAL_ADMINISTRATORS, CXoObjRoot::Admins, FetchedName<CXoObjAdmin>},
-};
-
-const GlobalListing* FindListing(uint32_t kind) {
-  for (const GlobalListing& listing : kListings) {
-    if (listing.kind == kind) return &listing;
-  }
-  return nullptr;
-}
 
 }  // namespace
 
@@ -41,25 +28,11 @@ XO_API Xo_PolicyApi_GetGlobalObjectNames(PolicyApiSession* handle, uint32_t obje
     if (int32_t rc = call.OpenSystem(handle, {names}); rc != XO_OK) return rc;
     *names = nullptr;
     if (objectKind == 0) return XO_ERR_GENERAL;
-    const GlobalListing* listing = FindListing(objectKind);
+    const KindListing* listing = FindListing(kListings, objectKind);
     if (listing == nullptr) return XO_ERR_BAD_OBJECT_KIND;
 
-    CXoObjRoot root;
-    CXoObjIdArray ids;
-    if (int32_t rc = FetchIdList(call.Sid(), root, listing->rootProp, ids, AbsentList::IsEmpty);
-        rc != XO_OK) {
-      return rc;
-    }
-    StringArray array;
-    if (!array.Allocate(ids.size())) return XO_ERR_GENERAL;
-    // An object that cannot be fetched ends the listing quietly: the caller
-    // gets the names gathered so far. A name that cannot be copied fails the
-    // call, so that a short list is never reported as complete.
-    int32_t readCode = XO_OK;
-    if (AppendNames(call.Sid(), ids, listing->read, array, readCode) == ListingStop::OutOfMemory) {
-      return XO_ERR_GENERAL;
-    }
-    *names = array.HandOver();
-    return XO_OK;
+    // A name that cannot be copied fails the call, so that a short list is
+    // never reported as complete.
+    return HandOutNames(call.Sid(), CXoObjRoot(), listing->listProp, ShortArray::Withheld, names);
   });
 }

@@ -1,9 +1,8 @@
 // Rule, response and agent groups and their members.
-#include <algorithm>
-#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "XoObjStore.h"
 #include "XoPolicyApi.h"
@@ -13,6 +12,7 @@
 #include "frame/FetchedRecords.h"
 #include "frame/Fields.h"
 #include "frame/Guard.h"
+#include "frame/Listing.h"
 #include "frame/Names.h"
 #include "frame/Properties.h"
 #include "frame/Resolve.h"
@@ -25,13 +25,7 @@ using namespace xo::frame;
 
 namespace {
 
-using NameReader = int32_t (*)(const CXoAdmSession&, const CXoObjId&, std::string&);
-
 using RecordsReader = int32_t (*)(const CXoAdmSession&, const CXoObjIdArray&, GroupRecord**);
-
-int32_t PlainRuleName(const CXoAdmSession& s, const CXoObjId& id, std::string& name) {
-  return RuleName(s, id, name);
-}
 
 // The records of the groups found, each with the name of its agent type.
 template <class Group>
@@ -59,20 +53,17 @@ struct GroupKind {
   XoObjId_Class leafClass;
   uint32_t nameProp;
   uint32_t membersProp;
-  NameReader groupName;
-  NameReader leafName;
   RecordsReader records;
 };
 
 // Indexed by group type - 1.
 const GroupKind kKinds[] = {
     {true, XoObjId_RuleGroup, XoObjId_Rule, CXoObjRuleGroup::Name, CXoObjRuleGroup::Members,
-     RuleGroupName, PlainRuleName, GroupRecords<CXoObjRuleGroup>},
+     GroupRecords<CXoObjRuleGroup>},
     {true, XoObjId_ResponseGroup, XoObjId_Response, CXoObjResponseGroup::Name,
-     CXoObjResponseGroup::Members, ResponseGroupName, ResponseName,
-     GroupRecords<CXoObjResponseGroup>},
+     CXoObjResponseGroup::Members, GroupRecords<CXoObjResponseGroup>},
     {false, XoObjId_DeviceGroup, XoObjId_Device, CXoObjDeviceGroup::Name,
-     CXoObjDeviceGroup::Members, AgentGroupName, AgentName, GroupRecords<CXoObjDeviceGroup>},
+     CXoObjDeviceGroup::Members, GroupRecords<CXoObjDeviceGroup>},
 };
 
 // Four of the functions count a handle without a session as a bad handle;
@@ -145,10 +136,8 @@ class GroupCall {
     }
   }
 
-  int32_t MemberName(const CXoObjId& member, std::string& name) const {
-    if (member.GetOidClass() == kind_->groupClass) return kind_->groupName(Session(), member, name);
-    if (member.GetOidClass() == kind_->leafClass) return kind_->leafName(Session(), member, name);
-    return XO_ERR_WRONG_CLASS;
+  bool IsMemberClass(const CXoObjId& member) const {
+    return member.GetOidClass() == kind_->groupClass || member.GetOidClass() == kind_->leafClass;
   }
 
   // The groups of that name, in search order.
@@ -190,12 +179,14 @@ int32_t KeepStoredMembers(const GroupCall& call, CXoObjBase& group) {
   return KeepStoredIdList(call.Sid(), group, call.Kind().membersProp);
 }
 
-// An edit of a group's member list: 0, or the code that refuses it.
-using MembershipEdit = std::function<int32_t(CXoObjIdArray& members, const CXoObjId& member)>;
+enum class MembershipChange { Add, Remove };
 
+// One member added at the end of the group's list, or its first copy taken
+// out; the store checks the one member against the list through its index,
+// so the change costs the same however many members the group has.
 int32_t ChangeMembership(const PolicyApiSession* handle, int32_t groupType, const char* groupName,
                          const char* memberName, const char* domainName, const char* realmName,
-                         const MembershipEdit& edit) {
+                         MembershipChange change) {
   GroupCall call;
   if (int32_t rc = call.Open(handle, NoSession::IsBadHandle, groupType, domainName); rc != XO_OK) {
     return rc;
@@ -209,26 +200,20 @@ int32_t ChangeMembership(const PolicyApiSession* handle, int32_t groupType, cons
   }
 
   return call.Frame().Serialised([&]() -> int32_t {
-    CXoObjBase group(call.Kind().groupClass, groupId);
-    CXoObjIdArray members;
-    if (int32_t rc =
-            FetchIdList(call.Sid(), group, call.Kind().membersProp, members, AbsentList::IsFailure);
-        rc != XO_OK) {
-      return rc;
+    const uint32_t prop = call.Kind().membersProp;
+    if (change == MembershipChange::Add) {
+      const int32_t added = CXoObjStore::AddListMember(groupId, prop, member, call.Sid());
+      if (added == xo::store::kExists) return XO_ERR_ALREADY_MEMBER;
+      if (StoreFailed(added)) return MapStoreResult(added);
+    } else {
+      const int32_t removed = CXoObjStore::RemoveListMember(groupId, prop, member, call.Sid());
+      if (removed == xo::store::kNotFound) return XO_ERR_NOT_MEMBER;
+      if (StoreFailed(removed)) return MapStoreResult(removed);
     }
-    if (int32_t rc = edit(members, member); rc != XO_OK) return rc;
-    const int32_t saved =
-        CXoObjStore::SaveProperty(groupId, call.Kind().membersProp, members, call.Sid());
-    if (StoreFailed(saved)) return MapStoreResult(saved);
     const int32_t invalidated =
         CXoObjStore::InvalidateCache(groupId, call.CacheScope(), true, call.Sid());
     return StoreFailed(invalidated) ? MapStoreResult(invalidated) : XO_OK;
   });
-}
-
-CXoObjIdArray::iterator FindMember(CXoObjIdArray& members, const CXoObjId& member) {
-  return std::find_if(members.begin(), members.end(),
-                      [&](const CXoObjId& id) { return id.IsEqual(member); });
 }
 
 }  // namespace
@@ -278,18 +263,19 @@ XO_API Xo_PolicyApi_GetGroupNames(PolicyApiSession* handle, int32_t groupType,
     CXoObjIdArray hits;
     if (int32_t rc = call.FindGroups(ArgText(groupName), hits); rc != XO_OK) return rc;
     if (hits.empty()) return XO_ERR_GENERAL;
-    CXoObjBase group(call.Kind().groupClass, hits.front());
-    const int32_t fetched = CXoObjStore::Fetch(group, 0, nullptr, call.Sid());
-    if (StoreFailed(fetched)) return MapStoreResult(fetched);
-
-    const CXoObjIdArray& members = group.Ids(call.Kind().membersProp);
-    StringArray array;
-    if (!array.Allocate(members.size())) return XO_ERR_GENERAL;
-    for (const CXoObjId& member : members) {
-      std::string name;
-      if (int32_t rc = call.MemberName(member, name); rc != XO_OK) return rc;
-      if (!array.Append(name)) return XO_ERR_GENERAL;
+    // The members with their names, read together in one store operation.
+    CXoObjIdArray members;
+    std::vector<std::string> found;
+    if (int32_t rc = ListNames(call.Sid(), CXoObjBase(call.Kind().groupClass, hits.front()),
+                               call.Kind().membersProp, AbsentList::IsFailure, members, found);
+        rc != XO_OK) {
+      return rc;
     }
+    for (const CXoObjId& member : members) {
+      if (!call.IsMemberClass(member)) return XO_ERR_WRONG_CLASS;
+    }
+    StringArray array;
+    if (!array.Allocate(found.size()) || !AppendNames(found, array)) return XO_ERR_GENERAL;
     *names = array.HandOver();
     return XO_OK;
   });
@@ -300,13 +286,7 @@ XO_API Xo_PolicyApi_AddToGroup(PolicyApiSession* handle, int32_t groupType, cons
                                const char* realmName) {
   return Guarded([&] {
     return ChangeMembership(handle, groupType, groupName, memberName, domainName, realmName,
-                            [](CXoObjIdArray& members, const CXoObjId& member) {
-                              if (FindMember(members, member) != members.end()) {
-                                return XO_ERR_ALREADY_MEMBER;
-                              }
-                              members.push_back(member);
-                              return XO_OK;
-                            });
+                            MembershipChange::Add);
   });
 }
 
@@ -315,13 +295,7 @@ XO_API Xo_PolicyApi_RemoveFromGroup(PolicyApiSession* handle, int32_t groupType,
                                     const char* domainName, const char* realmName) {
   return Guarded([&] {
     return ChangeMembership(handle, groupType, groupName, memberName, domainName, realmName,
-                            [](CXoObjIdArray& members, const CXoObjId& member) {
-                              // Only the first occurrence goes.
-                              auto found = FindMember(members, member);
-                              if (found == members.end()) return XO_ERR_NOT_MEMBER;
-                              members.erase(found);
-                              return XO_OK;
-                            });
+                            MembershipChange::Remove);
   });
 }
 

@@ -1,6 +1,5 @@
 // The attribute values of a response. Each value is an object of its own that
-// names its response and its dictionary attribute; the store finds them by
-// domain, and these calls pick out the response's.
+// names its domain, its response and its dictionary attribute.
 #include <algorithm>
 #include <string>
 
@@ -43,9 +42,17 @@ struct AttrRecordCall : Call {
   }
 };
 
-int32_t DomainAttributes(const Call& call, CXoObjIdArray& ids) {
-  return SearchIds(call.Sid(), CXoObjResponseAttr(), CXoObjResponseAttr::Domain, call.Domain(),
-                   ids);
+// The response's values, in the order of the domain's: found through the
+// values' index on their response, so a call costs what the response holds,
+// however many values the rest of the domain has. The domain is checked on
+// each value fetched (see OfResponse), not in the search, which then has one
+// index to take.
+int32_t ResponseAttributes(const Call& call, const CXoObjId& response, CXoObjIdArray& ids) {
+  return SearchIds(call.Sid(), CXoObjResponseAttr(), CXoObjResponseAttr::Response, response, ids);
+}
+
+bool OfResponse(const CXoObjResponseAttr& attr, const Call& call, const CXoObjId& response) {
+  return attr.GetResponseOid().IsEqual(response) && attr.GetDomainOid().IsEqual(call.Domain());
 }
 
 // Policy servers hold responses in their caches; each change tells them.
@@ -64,9 +71,8 @@ bool EqualIgnoringCase(const std::string& a, const std::string& b) {
 }
 
 // An empty value stands for every value of the attribute.
-bool Matches(const CXoObjResponseAttr& attr, const CXoObjId& response, const CXoObjId& dictAttr,
-             const std::string& value) {
-  return attr.GetResponseOid().IsEqual(response) && attr.GetVendorAttrOid().IsEqual(dictAttr) &&
+bool Matches(const CXoObjResponseAttr& attr, const AttrRecordCall& call, const std::string& value) {
+  return OfResponse(attr, call, call.response) && attr.GetVendorAttrOid().IsEqual(call.dictAttr) &&
          (value.empty() || EqualIgnoringCase(value, attr.GetValue()));
 }
 
@@ -97,11 +103,11 @@ XO_API Xo_PolicyApi_RemoveResponseAttr(PolicyApiSession* handle, const char* res
     const std::string value = FieldText(attr->value);
 
     CXoObjIdArray ids;
-    if (int32_t rc = DomainAttributes(call, ids); rc != XO_OK) return rc;
+    if (int32_t rc = ResponseAttributes(call, call.response, ids); rc != XO_OK) return rc;
     bool removed = false;
     const int32_t rc = FetchEach<CXoObjResponseAttr>(
         call.Sid(), ids, [&](const CXoObjResponseAttr& stored) -> int32_t {
-          if (!Matches(stored, call.response, call.dictAttr, value)) return XO_OK;
+          if (!Matches(stored, call, value)) return XO_OK;
           const int32_t deleted = CXoObjStore::Delete(stored.GetOid(), call.Sid());
           if (StoreFailed(deleted)) return MapStoreResult(deleted);
           removed = true;
@@ -122,10 +128,10 @@ XO_API Xo_PolicyApi_GetResponseAttrs(PolicyApiSession* handle, const char* respo
       return rc;
     }
     CXoObjIdArray ids;
-    if (int32_t rc = DomainAttributes(call, ids); rc != XO_OK) return rc;
+    if (int32_t rc = ResponseAttributes(call, response, ids); rc != XO_OK) return rc;
 
     const auto ofResponse = [&](const CXoObjResponseAttr& stored) {
-      return stored.GetResponseOid().IsEqual(response);
+      return OfResponse(stored, call, response);
     };
     const auto fill = [&](ResponseAttrRecord& record, const CXoObjResponseAttr& stored) -> int32_t {
       std::string attrName;

@@ -198,6 +198,10 @@ StoreSelection::StoreSelection(const std::string& uri) {
 
 StoreSelection::~StoreSelection() { unsetenv("XO_POLICY_STORE"); }
 
+void Require(bool ok, const std::string& what) {
+  if (!ok) throw std::runtime_error(what + " failed");
+}
+
 int32_t Login(PolicyApiSession*& handle) {
   handle = nullptr;
   return Xo_PolicyApi_Login(&handle, nullptr, kAdmin, kPassword, "localhost", "", 0);

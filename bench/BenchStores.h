@@ -79,6 +79,9 @@ class ApiSession {
   PolicyApiSession* handle_ = nullptr;
 };
 
+// Throws, naming what failed, unless `ok`: for making a benchmark's store.
+void Require(bool ok, const std::string& what);
+
 // Logs in the benchmark administrator; the API's result code.
 int32_t Login(PolicyApiSession*& handle);
 

@@ -17,9 +17,8 @@
 namespace xo::bench {
 namespace {
 
-// Members per rule group in AddToGroup: each call reads and rewrites the
-// whole member list, so its cost follows the group's size, and a group is
-// measured as groups are used, at up to a hundred members.
+// Members per rule group in AddToGroup, which adds to groups as they are
+// built, one after another (GroupBenchmarks.cpp compares group sizes).
 constexpr int64_t kMembersPerGroup = 100;
 
 int64_t NextSerial() {

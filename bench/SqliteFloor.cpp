@@ -156,4 +156,59 @@ int64_t RuleFloorTable::SelectAll() {
   return count;
 }
 
+MemberFloorTable::MemberFloorTable(int64_t members, int64_t rules) {
+  bool fresh = false;
+  db_ = OpenFloor("member-floor-" + std::to_string(members) + "-" + std::to_string(rules) + ".db",
+                  fresh);
+  if (fresh) {
+    Exec(
+        db_,
+        "CREATE TABLE rules(seq INTEGER PRIMARY KEY, oid TEXT NOT NULL UNIQUE, name TEXT NOT NULL, "
+        "description TEXT)");
+    Exec(db_,
+         "CREATE TABLE members(grp TEXT NOT NULL, pos INTEGER NOT NULL, member TEXT NOT NULL, "
+         "PRIMARY KEY (grp, pos))");
+    sqlite3_stmt* rule =
+        Prepare(db_, "INSERT INTO rules(oid, name, description) VALUES(?1, ?2, 'benchmark rule')");
+    sqlite3_stmt* member =
+        Prepare(db_, "INSERT INTO members(grp, pos, member) VALUES('group', ?1, ?2)");
+    ScatteredIndex tails(int64_t{1} << 40);
+    Fill(db_, rules, [&](int64_t i) {
+      char oid[48];
+      std::snprintf(oid, sizeof oid, "0b-%08llx-0000-4000-8000-%012llx",
+                    static_cast<unsigned long long>(tails.Next()),
+                    static_cast<unsigned long long>(i));
+      const std::string name = RuleName(i);
+      sqlite3_bind_text(rule, 1, oid, -1, SQLITE_TRANSIENT);
+      sqlite3_bind_text(rule, 2, name.c_str(), -1, SQLITE_TRANSIENT);
+      sqlite3_bind_int64(member, 1, i);
+      sqlite3_bind_text(member, 2, oid, -1, SQLITE_TRANSIENT);
+      const bool ok = sqlite3_step(rule) == SQLITE_DONE &&
+                      (i >= members || sqlite3_step(member) == SQLITE_DONE);
+      sqlite3_reset(rule);
+      sqlite3_reset(member);
+      return ok;
+    });
+    sqlite3_finalize(rule);
+    sqlite3_finalize(member);
+  }
+  select_ = Prepare(db_,
+                    "SELECT m.member, r.name FROM members m JOIN rules r ON r.oid = m.member "
+                    "WHERE m.grp = 'group' ORDER BY m.pos");
+}
+
+MemberFloorTable::~MemberFloorTable() {
+  sqlite3_finalize(select_);
+  sqlite3_close(db_);
+}
+
+int64_t MemberFloorTable::SelectNames() {
+  int64_t count = 0;
+  while (sqlite3_step(select_) == SQLITE_ROW) {
+    if (sqlite3_column_text(select_, 0) && sqlite3_column_text(select_, 1)) ++count;
+  }
+  sqlite3_reset(select_);
+  return count;
+}
+
 }  // namespace xo::bench

@@ -53,4 +53,24 @@ class RuleFloorTable {
   sqlite3_stmt* selectAll_ = nullptr;
 };
 
+// The floor under a group's listing: a table of `rules` rules keyed, as the
+// store's are, by random identifiers, and a membership table naming the
+// first `members` of them in one group.
+class MemberFloorTable {
+ public:
+  MemberFloorTable(int64_t members, int64_t rules);
+  ~MemberFloorTable();
+  MemberFloorTable(const MemberFloorTable&) = delete;
+  MemberFloorTable& operator=(const MemberFloorTable&) = delete;
+
+  // The names of the group's members in list order: one range select over
+  // the membership, each row joined to its rule by the rule's key; the
+  // number of rows read.
+  int64_t SelectNames();
+
+ private:
+  sqlite3* db_ = nullptr;
+  sqlite3_stmt* select_ = nullptr;
+};
+
 }  // namespace xo::bench

@@ -1,43 +1,53 @@
-// Lists of names read from a list of identifiers, for the functions that hand
-// out the names of a domain's or of the whole store's objects.
+// Lists of names of the objects an identifier-list property names, for the
+// functions that hand out the names of a domain's or of the whole store's
+// objects, or of a group's members.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
-#include "XoObjId.h"
-#include "XoObjStore.h"
+#include "XoObjClasses.h"
 #include "frame/Properties.h"
-#include "frame/ResultCodes.h"
 #include "frame/StringArrays.h"
 
 namespace xo::frame {
 
-// Reads the name of the object an identifier names: 0 or the mapped store code.
-using NameReader = int32_t (*)(const std::string& sessionId, const CXoObjId& id, std::string& name);
+// The identifiers of the list `prop` of `owner` and the name of each, in list
+// order, read in one store operation: 0 or the mapped store code. With
+// AbsentList::IsEmpty, a list the store reports absent gives no names.
+int32_t ListNames(const std::string& sessionId, const CXoObjBase& owner, uint32_t prop,
+                  AbsentList absent, CXoObjIdArray& ids, std::vector<std::string>& names);
 
-// The name of a fully fetched object.
-template <class Kind>
-int32_t FetchedName(const std::string& sessionId, const CXoObjId& id, std::string& name) {
-  Kind object(id);
-  const int32_t fetched = CXoObjStore::Fetch(object, 0, nullptr, sessionId);
-  if (StoreFailed(fetched)) return MapStoreResult(fetched);
-  name = object.GetName();
-  return XO_OK;
+// Copies the names in order into an array allocated for them; false when one
+// cannot be copied (the slots from it on stay null).
+bool AppendNames(const std::vector<std::string>& names, StringArray& array);
+
+// A kind of object a listing selector names, and the list property that
+// holds the objects of that kind.
+struct KindListing {
+  uint32_t kind;
+  uint32_t listProp;
+};
+
+// The listing of the selector in the table, or null.
+template <size_t N>
+const KindListing* FindListing(const KindListing (&listings)[N], uint32_t kind) {
+  for (const KindListing& listing : listings) {
+    if (listing.kind == kind) return &listing;
+  }
+  return nullptr;
 }
 
-// The name read as the single property that holds it.
-template <class Kind, uint32_t NameProp>
-int32_t NameProperty(const std::string& sessionId, const CXoObjId& id, std::string& name) {
-  Kind object(id);
-  return FetchText(sessionId, object, NameProp, name);
-}
+// What becomes of an array that could not take every name.
+enum class ShortArray { HandedOut, Withheld };
 
-enum class ListingStop { Complete, ReadFailed, OutOfMemory };
-
-// Appends the name of each identifier in order, stopping at the first that
-// cannot be read (its code in `readCode`) or copied.
-ListingStop AppendNames(const std::string& sessionId, const CXoObjIdArray& ids, NameReader read,
-                        StringArray& names, int32_t& readCode);
+// The names of the list, as read by ListNames with AbsentList::IsEmpty, in a
+// new array in `*out`: 0, or the mapped store code with `*out` untouched, or
+// -1 when the array cannot be made or a name not copied; a short array is
+// then handed out (its missing slots null) or withheld as the caller chooses.
+int32_t HandOutNames(const std::string& sessionId, const CXoObjBase& owner, uint32_t prop,
+                     ShortArray shortArray, char*** out);
 
 }  // namespace xo::frame

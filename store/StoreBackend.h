@@ -96,6 +96,14 @@ class IStoreBackend {
                                 const std::string& sessionId) = 0;
   virtual int32_t SaveProperty(const CXoObjId& id, uint32_t prop, const XoPropValue& value,
                                const std::string& sessionId) = 0;
+  // See CXoObjStore::FetchListNames.
+  virtual int32_t FetchListNames(const CXoObjBase& object, uint32_t prop, CXoObjIdArray& ids,
+                                 std::vector<std::string>& names, const std::string& sessionId) = 0;
+  // See CXoObjStore::AddListMember and RemoveListMember.
+  virtual int32_t AddListMember(const CXoObjId& owner, uint32_t prop, const CXoObjId& member,
+                                const std::string& sessionId) = 0;
+  virtual int32_t RemoveListMember(const CXoObjId& owner, uint32_t prop, const CXoObjId& member,
+                                   const std::string& sessionId) = 0;
 
   // See CXoObjStore::ExpectFetches. Reading ahead is the backend's own
   // business: a backend (or a wrapper) that ignores the hint reads each

@@ -145,6 +145,24 @@ int32_t CXoObjStore::SaveProperty(const CXoObjId& id, uint32_t prop, const XoPro
   return backend->SaveProperty(id, prop, value, sessionId);
 }
 
+int32_t CXoObjStore::FetchListNames(const CXoObjBase& object, uint32_t prop, CXoObjIdArray& ids,
+                                    std::vector<std::string>& names, const std::string& sessionId) {
+  XO_REQUIRE_BACKEND();
+  return backend->FetchListNames(object, prop, ids, names, sessionId);
+}
+
+int32_t CXoObjStore::AddListMember(const CXoObjId& owner, uint32_t prop, const CXoObjId& member,
+                                   const std::string& sessionId) {
+  XO_REQUIRE_BACKEND();
+  return backend->AddListMember(owner, prop, member, sessionId);
+}
+
+int32_t CXoObjStore::RemoveListMember(const CXoObjId& owner, uint32_t prop, const CXoObjId& member,
+                                      const std::string& sessionId) {
+  XO_REQUIRE_BACKEND();
+  return backend->RemoveListMember(owner, prop, member, sessionId);
+}
+
 int32_t CXoObjStore::BeginChange(const std::string& sessionId) {
   XO_REQUIRE_BACKEND();
   return backend->BeginChange(sessionId);

@@ -45,6 +45,20 @@ class CXoObjStore {
                                const std::string& sessionId);
   static int32_t SaveProperty(const CXoObjId& id, uint32_t prop, const XoPropValue& value,
                               const std::string& sessionId);
+  // An identifier-list property of the object, and the name of each object
+  // it names, in list order: what a listing of names needs, read in one go.
+  // kNotFound when an identifier names no object; one of a class the list
+  // does not hold comes with an empty name.
+  static int32_t FetchListNames(const CXoObjBase& object, uint32_t prop, CXoObjIdArray& ids,
+                                std::vector<std::string>& names, const std::string& sessionId);
+  // Adds one member at the end of an object's stored list (kExists when the
+  // list names it already), or takes out the first copy of it (kNotFound when
+  // the list does not name it), checked as SaveProperty checks a whole list.
+  // Either costs what one member costs, however long the list.
+  static int32_t AddListMember(const CXoObjId& owner, uint32_t prop, const CXoObjId& member,
+                               const std::string& sessionId);
+  static int32_t RemoveListMember(const CXoObjId& owner, uint32_t prop, const CXoObjId& member,
+                                  const std::string& sessionId);
 
   // A hint before fetching many objects one by one, in this order: the store
   // may read them ahead in larger pieces. An empty list ends the hint; so

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
+#include <cstdio>
 #include <deque>
 #include <unordered_set>
 
@@ -430,13 +431,61 @@ void ObjectStore::WriteInverseList(const CXoObjId& member, const XoPropDef& def,
   for (const CXoObjId& owner : owners) {
     if (holds(current, owner)) continue;
     current.push_back(owner);
-    Use append(db_.Prepare(
-        "INSERT INTO xo_list (owner, owner_class, prop, pos, member) VALUES (?1, ?2, ?3, "
-        "(SELECT coalesce(max(pos) + 1, 0) FROM xo_list WHERE owner = ?1 AND prop = ?3), ?4)"));
-    append->Bind(1, owner.GetOidString()).Bind(2, int64_t{def.listClass});
-    append->Bind(3, int64_t{def.listProp}).Bind(4, member.GetOidString());
-    append->Step();
+    AppendListRow(owner, def.listClass, def.listProp, member);
   }
+}
+
+void ObjectStore::AppendListRow(const CXoObjId& owner, int32_t ownerClass, uint32_t prop,
+                                const CXoObjId& member) {
+  Use append(db_.Prepare(
+      "INSERT INTO xo_list (owner, owner_class, prop, pos, member) VALUES (?1, ?2, ?3, "
+      "(SELECT coalesce(max(pos) + 1, 0) FROM xo_list WHERE owner = ?1 AND prop = ?3), ?4)"));
+  append->Bind(1, owner.GetOidString()).Bind(2, int64_t{ownerClass});
+  append->Bind(3, int64_t{prop}).Bind(4, member.GetOidString());
+  append->Step();
+}
+
+const XoPropDef& ObjectStore::StoredListOf(const CXoObjId& owner, uint32_t prop) {
+  const ClassSql& sql = Sql(owner.GetOidClass());
+  const XoPropDef& def = Property(*sql.dict, prop);
+  if (def.storage != XoPropStorage::Stored) Fail(kBadProperty);
+  if (!IsWellFormed(owner) || owner.IsOidNull()) Fail(kInvalidId);
+  if (!Exists(owner)) Fail(kPropertyAbsent);
+  return def;
+}
+
+// Found through the member's index, so the cost follows how many lists name
+// the member, not how long this one is. The owner is compared as an
+// expression, which keeps the planner off the list's own key: that would
+// walk the whole list.
+int64_t ObjectStore::FirstPosition(const CXoObjId& owner, const XoPropDef& def,
+                                   const CXoObjId& member) {
+  Use first(db_.Prepare(
+      "SELECT min(pos) FROM xo_list WHERE member = ?1 AND owner_class = ?2 AND prop = ?3 AND "
+      "owner || '' = ?4"));
+  first->Bind(1, member.GetOidString()).Bind(2, int64_t{owner.GetOidClass()});
+  first->Bind(3, int64_t{def.number}).Bind(4, owner.GetOidString());
+  if (!first->Step() || first->IsNull(0)) return -1;
+  return first->Int(0);
+}
+
+void ObjectStore::AddListMember(const CXoObjId& owner, uint32_t prop, const CXoObjId& member) {
+  const XoPropDef& def = StoredListOf(owner, prop);
+  if (FirstPosition(owner, def, member) >= 0) Fail(kExists);
+  const CXoObjBase object(static_cast<XoObjId_Class>(owner.GetOidClass()), owner);
+  ValidateList(object, def, {member});
+  AppendListRow(owner, owner.GetOidClass(), def.number, member);
+  Audit("set " + Words(def.name), owner.GetOidClass(), owner.GetOidString(), LabelOf(owner));
+}
+
+void ObjectStore::RemoveListMember(const CXoObjId& owner, uint32_t prop, const CXoObjId& member) {
+  const XoPropDef& def = StoredListOf(owner, prop);
+  const int64_t position = FirstPosition(owner, def, member);
+  if (position < 0) Fail(kNotFound);
+  Use drop(db_.Prepare("DELETE FROM xo_list WHERE owner = ?1 AND prop = ?2 AND pos = ?3"));
+  drop->Bind(1, owner.GetOidString()).Bind(2, int64_t{def.number}).Bind(3, position);
+  drop->Step();
+  Audit("set " + Words(def.name), owner.GetOidClass(), owner.GetOidString(), LabelOf(owner));
 }
 
 CXoObjIdArray ObjectStore::Search(const CXoObjBase& templ, std::vector<Filter> filters) {
@@ -489,6 +538,69 @@ XoPropValue ObjectStore::ReadProperty(const CXoObjBase& object, uint32_t prop) {
   CXoObjBase loaded(object.GetClass(), object.GetOid());
   Load(loaded);
   return loaded.Get(prop);
+}
+
+namespace {
+
+// The column that holds the names of a class's objects.
+std::string NameColumn(const CXoObjDictProp& dict) {
+  const XoPropDef* name = dict.NameProp() ? dict.Find(dict.NameProp()) : nullptr;
+  return name ? ColumnName(*name) : std::string("''");
+}
+
+// The query behind ReadListNames: ?1 the owner, rows of (identifier, name),
+// the name NULL for an identifier no table holds. A stored list may name
+// objects of several classes, each looked up in its own table.
+std::string ListNamesQuery(const XoPropDef& def, const Dialect& dialect) {
+  if (def.storage == XoPropStorage::Derived) {
+    const CXoObjDictProp& members = *SqlFor(def.listClass, dialect)->dict;
+    std::string select =
+        "SELECT oid, " + NameColumn(members) + " FROM " + std::string(members.Table());
+    if (def.listProp) {
+      select += " WHERE " + ColumnName(*members.Find(def.listProp)) + " = ?1";
+    }
+    return select + " ORDER BY seq";
+  }
+  // Each member is looked up only in the table of its class, which its
+  // identifier begins with ("0b-" for a rule).
+  std::string name = "CASE substr(l.member, 1, 3)";
+  for (int32_t cls : def.refClasses) {
+    const CXoObjDictProp& members = *SqlFor(cls, dialect)->dict;
+    char prefix[8];
+    std::snprintf(prefix, sizeof prefix, "%02x-", static_cast<unsigned>(cls));
+    name += " WHEN '" + std::string(prefix) + "' THEN (SELECT " + NameColumn(members) + " FROM " +
+            members.Table() + " WHERE oid = l.member)";
+  }
+  return "SELECT l.member, " + name +
+         " END FROM xo_list l WHERE l.owner = ?1 AND l.prop = " + std::to_string(def.number) +
+         " ORDER BY l.pos";
+}
+
+}  // namespace
+
+void ObjectStore::ReadListNames(const CXoObjBase& object, uint32_t prop, CXoObjIdArray& ids,
+                                std::vector<std::string>& names) {
+  const XoPropDef& def = Property(object.Dict(), prop);
+  if (def.storage != XoPropStorage::Derived && def.storage != XoPropStorage::Stored) {
+    Fail(kBadProperty);
+  }
+  if (object.GetOid().GetOidClass() != object.GetClass()) {
+    Fail(IsWellFormed(object.GetOid()) && !object.GetOid().IsOidNull() ? kWrongClass : kInvalidId);
+  }
+  if (!Exists(object.GetOid())) Fail(kPropertyAbsent);
+  ids.clear();
+  names.clear();
+  Use list(db_.Prepare(ListNamesQuery(def, db_.Sql())));
+  if (def.storage == XoPropStorage::Stored || def.listProp) {
+    list->Bind(1, object.GetOid().GetOidString());
+  }
+  while (list->Step()) {
+    ids.emplace_back(list->Text(0));
+    // No table of the list's classes holds the member: it is gone, or of a
+    // class the list does not hold, which is for the caller to judge.
+    if (list->IsNull(1) && Contains(def.refClasses, ids.back().GetOidClass())) Fail(kNotFound);
+    names.push_back(list->IsNull(1) ? std::string() : list->Text(1));
+  }
 }
 
 void ObjectStore::WriteProperty(const CXoObjId& id, uint32_t prop, const XoPropValue& value) {

@@ -36,7 +36,16 @@ class ObjectStore {
   void Remove(const CXoObjId& id);
   CXoObjIdArray Search(const CXoObjBase& templ, std::vector<Filter> filters);
   XoPropValue ReadProperty(const CXoObjBase& object, uint32_t prop);
+  // An identifier-list property with the name of every object it names, in
+  // list order, read in one query.
+  void ReadListNames(const CXoObjBase& object, uint32_t prop, CXoObjIdArray& ids,
+                     std::vector<std::string>& names);
   void WriteProperty(const CXoObjId& id, uint32_t prop, const XoPropValue& value);
+  // One member of a stored list added at its end (kExists when the list
+  // names it already), or its first copy taken out (kNotFound when the list
+  // does not name it). The rest of the list is neither read nor written.
+  void AddListMember(const CXoObjId& owner, uint32_t prop, const CXoObjId& member);
+  void RemoveListMember(const CXoObjId& owner, uint32_t prop, const CXoObjId& member);
   void Audit(const std::string& operation, int32_t cls, const std::string& oid,
              const std::string& name);
 
@@ -59,6 +68,13 @@ class ObjectStore {
   void WriteStoredList(const CXoObjId& owner, int32_t ownerClass, const XoPropDef& def,
                        const CXoObjIdArray& ids);
   void WriteInverseList(const CXoObjId& member, const XoPropDef& def, const CXoObjIdArray& owners);
+  // The stored list `prop` of an owner in the store (kPropertyAbsent when
+  // the owner is not).
+  const XoPropDef& StoredListOf(const CXoObjId& owner, uint32_t prop);
+  // Where the owner's list first names the member, or -1.
+  int64_t FirstPosition(const CXoObjId& owner, const XoPropDef& def, const CXoObjId& member);
+  void AppendListRow(const CXoObjId& owner, int32_t ownerClass, uint32_t prop,
+                     const CXoObjId& member);
   std::string LabelOf(const CXoObjId& id);
   // The administrators who hold the system right and log in with a password
   // of their own, which no directory outage can keep out.

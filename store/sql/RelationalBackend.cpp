@@ -366,6 +366,25 @@ int32_t RelationalBackend::SaveProperty(const CXoObjId& id, uint32_t prop, const
              [&](ObjectStore& store) { store.WriteProperty(id, prop, value); });
 }
 
+int32_t RelationalBackend::FetchListNames(const CXoObjBase& object, uint32_t prop,
+                                          CXoObjIdArray& ids, std::vector<std::string>& names,
+                                          const std::string& sessionId) {
+  return Run(SessionConnection(sessionId), Mode::Read,
+             [&](ObjectStore& store) { store.ReadListNames(object, prop, ids, names); });
+}
+
+int32_t RelationalBackend::AddListMember(const CXoObjId& owner, uint32_t prop,
+                                         const CXoObjId& member, const std::string& sessionId) {
+  return Run(SessionConnection(sessionId), Mode::Write,
+             [&](ObjectStore& store) { store.AddListMember(owner, prop, member); });
+}
+
+int32_t RelationalBackend::RemoveListMember(const CXoObjId& owner, uint32_t prop,
+                                            const CXoObjId& member, const std::string& sessionId) {
+  return Run(SessionConnection(sessionId), Mode::Write,
+             [&](ObjectStore& store) { store.RemoveListMember(owner, prop, member); });
+}
+
 int32_t RelationalBackend::BeginChange(const std::string& sessionId) {
   Connection* connection = SessionConnection(sessionId);
   return Run(connection, Mode::Single, [&](ObjectStore&) {

@@ -59,6 +59,12 @@ class RelationalBackend : public IStoreBackend {
                         const std::string& sessionId) override;
   int32_t SaveProperty(const CXoObjId& id, uint32_t prop, const XoPropValue& value,
                        const std::string& sessionId) override;
+  int32_t FetchListNames(const CXoObjBase& object, uint32_t prop, CXoObjIdArray& ids,
+                         std::vector<std::string>& names, const std::string& sessionId) override;
+  int32_t AddListMember(const CXoObjId& owner, uint32_t prop, const CXoObjId& member,
+                        const std::string& sessionId) override;
+  int32_t RemoveListMember(const CXoObjId& owner, uint32_t prop, const CXoObjId& member,
+                           const std::string& sessionId) override;
 
   void ExpectFetches(const CXoObjIdArray& ids, const std::string& sessionId) override;
   void BeginReadSnapshot(const std::string& sessionId) override;

@@ -85,17 +85,16 @@ TEST_F(ListingsTest, EachKindIsListedInCreationOrderOnceTheRightsAreGranted) {
   EXPECT_EQ(Listed(XO_ERR_GENERAL, InOwn(nobody, 99)), kUntouched);
   EXPECT_EQ(Listed(XO_ERR_GENERAL, Global(nobody, 0)), kUntouched);
 
-  // What cannot be read shortens a listing. A domain's listing hands out the
-  // names before the one that failed, and its code. Rules are read by a full
-  // fetch, administrators by their name property (after the domain's list).
-  const int32_t notFound = Mapped(xo::store::kNotFound);
-  Faults().FailAt(StoreOp::Fetch, 2, xo::store::kNotFound);
-  EXPECT_EQ(Listed(notFound, InOwn(handle_, XO_DOMAIN_RULES)), List{"get"});
-  Faults().FailAt(StoreOp::FetchProperty, 3, xo::store::kNotFound);
-  EXPECT_EQ(Listed(notFound, InOwn(handle_, XO_DOMAIN_ADMINISTRATORS)), List{"eve"});
-  // The global listing ends quietly.
-  Faults().FailAt(StoreOp::Fetch, 2, xo::store::kNotFound);
-  EXPECT_EQ(Listed(0, Global(handle_, XO_GLOBAL_DOMAINS)), List{"own"});
+  // The names are read with the list, in one store operation: when it
+  // fails, a listing gives its code and hands out no array; a list the store
+  // reports absent lists nothing.
+  const int32_t ioError = Mapped(xo::store::kIoError);
+  Faults().FailAt(StoreOp::FetchListNames, 1, xo::store::kIoError);
+  EXPECT_EQ(Listed(ioError, InOwn(handle_, XO_DOMAIN_RULES)), kUntouched);
+  Faults().FailAt(StoreOp::FetchListNames, 1, xo::store::kIoError);
+  EXPECT_EQ(Listed(ioError, Global(handle_, XO_GLOBAL_DOMAINS)), kCleared);
+  Faults().FailAt(StoreOp::FetchListNames, 1, xo::store::kPropertyAbsent);
+  EXPECT_EQ(Listed(0, InOwn(handle_, XO_DOMAIN_ADMINISTRATORS)), List{});
 }
 
 TEST_F(ListingsTest, ADomainsListsChangeMemberByMemberOrWholeAndOutliveUpdates) {

@@ -249,7 +249,8 @@ class StoreScriptTest : public StoreTest, public ::testing::WithParamInterface<S
     const std::string name = words.size() > 1 ? words[1] : "";
     const bool saves = op == "new" || op == "replace" || op == "resave" || op == "update";
     std::unique_ptr<CXoObjBase> object;
-    if (saves || op == "put" || op == "get") {
+    const bool listing = op == "add" || op == "drop" || op == "names";
+    if (saves || op == "put" || op == "get" || listing) {
       object.reset(
           CXoObjDictProp::MakeObject(op == "new" || op == "replace" ? NewId(name) : Id(name)));
     }
@@ -270,6 +271,15 @@ class StoreScriptTest : public StoreTest, public ::testing::WithParamInterface<S
     XoPropValue value;
     if (op == "put") result = CXoObjStore::SaveProperty(Id(name), prop, object->Get(prop), sid_);
     if (op == "get") result = CXoObjStore::FetchProperty(*object, prop, &value, sid_);
+    const auto change = op == "add" ? CXoObjStore::AddListMember : CXoObjStore::RemoveListMember;
+    const std::string member = words.back().substr(words.back().find('=') + 1);
+    if (op == "add" || op == "drop") result = change(Id(name), prop, Id(member), sid_);
+    CXoObjIdArray listed;
+    std::vector<std::string> listedNames;
+    if (op == "names") {
+      result = CXoObjStore::FetchListNames(*object, prop, listed, listedNames, sid_);
+      for (const std::string& each : listedNames) rendered += (rendered.empty() ? "" : ",") + each;
+    }
     CXoObjIdArray hits;
     if (op == "search") result = CXoObjStore::Search(CXoObjDomain(), hits, 1, Text(name), sid_);
     if (op == "delete") result = CXoObjStore::Delete(Id(name), sid_);
@@ -311,8 +321,9 @@ class StoreScriptTest : public StoreTest, public ::testing::WithParamInterface<S
                   CXoObjDictProp::ForClass(audit[i].objectClass)->ClassName() + " " + audit[i].name;
     }
     if (op == "audit") audited_ = audit.size();
-    return op == "exist" || op == "audit" || op == "sql" || op == "fetch" ? rendered
-                                                                          : "ok" + rendered;
+    return op == "exist" || op == "audit" || op == "sql" || op == "fetch" || op == "names"
+               ? rendered
+               : "ok" + rendered;
   }
 
   std::map<std::string, CXoObjId> names_ = {{"@null", NullObjectId},

@@ -138,6 +138,18 @@ class FaultyBackend : public IStoreBackend {
                        const std::string& sessionId) override {
     XO_FORWARD(SaveProperty, SaveProperty(id, prop, value, sessionId));
   }
+  int32_t FetchListNames(const CXoObjBase& object, uint32_t prop, CXoObjIdArray& ids,
+                         std::vector<std::string>& names, const std::string& sessionId) override {
+    XO_FORWARD(FetchListNames, FetchListNames(object, prop, ids, names, sessionId));
+  }
+  int32_t AddListMember(const CXoObjId& owner, uint32_t prop, const CXoObjId& member,
+                        const std::string& sessionId) override {
+    XO_FORWARD(AddListMember, AddListMember(owner, prop, member, sessionId));
+  }
+  int32_t RemoveListMember(const CXoObjId& owner, uint32_t prop, const CXoObjId& member,
+                           const std::string& sessionId) override {
+    XO_FORWARD(RemoveListMember, RemoveListMember(owner, prop, member, sessionId));
+  }
   int32_t BeginChange(const std::string& sessionId) override {
     XO_FORWARD(BeginChange, BeginChange(sessionId));
   }

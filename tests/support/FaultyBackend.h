@@ -19,7 +19,8 @@ namespace xo::test {
   X(SearchMultiple) X(Delete) X(InvalidateCache) X(FetchProperty) X(SaveProperty)       \
   X(BeginTransaction) X(CommitTransaction) X(RollbackTransaction) X(ReadSetting)        \
   X(ReadAudit) X(ReadInfo) X(FetchWithoutSession) X(BeginChange) X(EndChange)          \
-  X(KeepSession) X(ResumeSession) X(DropKeptSession) X(WriteSetting)
+  X(KeepSession) X(ResumeSession) X(DropKeptSession) X(WriteSetting)                 \
+  X(FetchListNames) X(AddListMember) X(RemoveListMember)
 // clang-format on
 
 #define XO_STORE_OP_ENUM(name) name,

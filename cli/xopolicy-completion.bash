@@ -4,7 +4,7 @@
 # read from the tool's own help, so that they are always the ones it takes.
 
 _xopolicy_commands="init export apply domain realm rule policy link response attr agent scheme
-userdir odbcquery admin group user rename command audit commands store"
+userdir odbcquery admin group user rename command audit commands store login logout"
 
 # The verbs of a command; nothing for a command that takes none.
 _xopolicy_verbs() {
@@ -17,7 +17,7 @@ _xopolicy_verbs() {
     rule | response | agent | scheme | userdir | odbcquery | admin) echo "$nouns" ;;
     link | attr) echo "add get list update delete" ;;
     user) echo "list get disable enable set-password flush" ;;
-    store) echo "info copy" ;;
+    store) echo "info copy set-session-idle" ;;
   esac
 }
 

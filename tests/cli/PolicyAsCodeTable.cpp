@@ -82,7 +82,7 @@ const Case kApplyCases[] = {
     // a whole document, and a file it was to replace stays as it was.
     {"AFailedExportSaysSoAndKeepsTheFileItWasToReplace", R"(
     apply - | < @INTRANET ; export --output @DIR/policy.json
-    export --output /dev/full => 1 | cannot write /dev/full | incomplete
+    export --output /dev/full => 1 | cannot write /dev/full
     XO_PASSWORD=wrong export --output @DIR/policy.json => 4
     export --domain Extranet --output @DIR/policy.json => 1 | there is no domain
     apply @DIR/policy.json | =no changes\n)"},

@@ -153,8 +153,9 @@ class Runner {
     if (words[0] == "$write") {
       std::ofstream(words[1], std::ios::binary) << input;
     } else if (words[0] == "$copy") {
-      std::filesystem::copy_file(words[1], words[2],
-                                 std::filesystem::copy_options::overwrite_existing);
+      // Removed first: mingw's copy_file does not overwrite under wine.
+      std::filesystem::remove(words[2]);
+      std::filesystem::copy_file(words[1], words[2]);
     } else if (words[0] == "$chmod") {
       std::filesystem::permissions(words[2],
                                    std::filesystem::perms(std::stoi(words[1], nullptr, 8)));

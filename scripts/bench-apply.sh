@@ -22,19 +22,9 @@ rules=${XO_BENCH_RULES:-100000}
 
 big_rules=${XO_BENCH_BIG_RULES:-}
 
-for tool in sqlite3 /usr/bin/time ldapsearch /usr/sbin/slapd; do
-  if ! command -v "$tool" >/dev/null; then
-    echo "bench-apply: $tool is needed (bash scripts/setup.sh installs it)" >&2
-    exit 1
-  fi
-done
-cmake -S . -B "$build_dir" -DCMAKE_BUILD_TYPE=Release >/dev/null
-cmake --build "$build_dir" -j2 --target xopolicy >/dev/null
-xopolicy="$build_dir/cli/xopolicy"
-
-# On the build's disk rather than a memory-backed /tmp, so that the commit
-# costs what it costs in use.
-work=$(mktemp -d "$PWD/$build_dir/bench-apply.XXXXXX")
+# shellcheck source=lib/bench.sh
+source scripts/lib/bench.sh
+bench_start bench-apply "$build_dir" sqlite3 /usr/bin/time ldapsearch /usr/sbin/slapd
 trap 'rm -rf "$work"' EXIT
 
 # One pass writes both: the document and the SQL script of the same objects.

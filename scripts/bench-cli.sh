@@ -11,19 +11,9 @@ cd "$(dirname "$0")/.."
 build_dir=${1:-build-bench}
 runs=${XO_BENCH_RUNS:-200}
 
-for tool in ldapsearch /usr/sbin/slapd; do
-  if ! command -v "$tool" >/dev/null; then
-    echo "bench-cli: $tool is needed for the floor (apt-get install ldap-utils slapd)" >&2
-    exit 1
-  fi
-done
-cmake -S . -B "$build_dir" -DCMAKE_BUILD_TYPE=Release >/dev/null
-cmake --build "$build_dir" -j2 --target xopolicy >/dev/null
-xopolicy="$PWD/$build_dir/cli/xopolicy"
-
-# On the build's disk rather than a memory-backed /tmp, so that the store
-# costs what it costs in use.
-work=$(mktemp -d "$PWD/$build_dir/bench-cli.XXXXXX")
+# shellcheck source=lib/bench.sh
+source scripts/lib/bench.sh
+bench_start bench-cli "$build_dir" ldapsearch /usr/sbin/slapd
 slapd_pid=
 cleanup() {
   [ -z "$slapd_pid" ] || kill "$slapd_pid" 2>/dev/null || true
